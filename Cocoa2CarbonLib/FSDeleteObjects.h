@@ -1,0 +1,9 @@
+// The deletion of files and whole folder trees.
+#pragma once
+
+#include "Platform/Carbon/FSRef.h"
+
+/// Deletes an object, a folder with everything in it, leaves first; locked objects are unlocked before. A symbolic link is
+/// deleted itself and never followed, also when one is swapped in meanwhile. Prints what it deletes, and each failed call, to standard output and flushes it. noErr, paramErr
+/// for a null reference (then nothing is printed), otherwise the file system's error; what was deleted by then stays deleted.
+OSStatus FSDeleteObjects(const FSRef* source);

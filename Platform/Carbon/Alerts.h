@@ -1,0 +1,38 @@
+// Standard alerts.
+#pragma once
+
+#include "Platform/CoreFoundation/CFString.h"
+
+using DialogRef = struct OpaqueDialogPtr*;
+using AlertType = SInt16;
+enum : AlertType { kAlertStopAlert = 0 };
+
+/// The alert's buttons and their defaults.
+struct AlertStdCFStringAlertParamRec {
+    UInt32 version = 0; ///< must be kStdCFStringAlertVersionOne
+    Boolean movable = 0;
+    Boolean helpButton = 0; ///< must be 0
+    CFStringRef defaultText = nullptr; ///< kAlertDefaultOKText for the standard label; nothing else is supported
+    CFStringRef cancelText = nullptr; ///< must be null
+    CFStringRef otherText = nullptr; ///< must be null
+    SInt16 defaultButton = 0; ///< must be kAlertStdAlertOKButton
+    SInt16 cancelButton = 0; ///< must be 0
+    UInt16 position = 0; ///< must be kWindowDefaultPosition: centred on the screen
+    UInt32 flags = 0; ///< must be 0
+};
+enum : UInt32 { kStdCFStringAlertVersionOne = 1 };
+enum : SInt16 { kAlertStdAlertOKButton = 1 };
+enum : UInt16 { kWindowDefaultPosition = 0 };
+/// The standard label of the default button.
+extern const CFStringRef kAlertDefaultOKText;
+
+/// Makes an alert with an error icon, a message and no explanation (`explanation` must be null).
+OSStatus CreateStandardAlert(AlertType type, CFStringRef message, CFStringRef explanation,
+    const AlertStdCFStringAlertParamRec* parameters, DialogRef* alert);
+OSStatus SetAlertTitle(DialogRef alert, CFStringRef title);
+/// Shows the alert, waits for its button with events, and disposes it. In unattended mode the text is printed to standard output instead and the default
+/// button is taken at once.
+OSStatus RunStandardAlert(DialogRef alert, SInt16* itemHit);
+
+/// Unattended mode: alerts are printed and answered with their default button. Off at the start.
+void SetAlertsUnattended(bool unattended);

@@ -1,0 +1,15 @@
+// Running programs.
+#pragma once
+
+#include "Platform/Carbon/FSRef.h"
+
+/// A process: its id on this system in the low part; {0, 0} is none.
+struct ProcessSerialNumber {
+    UInt32 highLongOfPSN = 0;
+    UInt32 lowLongOfPSN = 0;
+};
+
+OSStatus GetCurrentProcess(ProcessSerialNumber* process);
+/// Brings the process's windows to the front. Only the calling process is supported; where the desktop decides itself which
+/// window is in front, this asks for attention.
+OSStatus SetFrontProcess(const ProcessSerialNumber* process);

@@ -1,0 +1,20 @@
+// Immutable maps from text to objects.
+#pragma once
+
+#include "Platform/CoreFoundation/CFString.h"
+
+#include <utility>
+#include <vector>
+
+using CFDictionaryRef = const struct __CFDictionary*;
+
+CFTypeID CFDictionaryGetTypeID();
+/// A dictionary that retains every key and value; of two equal keys the later value stays.
+CFDictionaryRef CFDictionaryCreateWithPairs(const std::vector<std::pair<CFStringRef, CFTypeRef>>& pairs);
+CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary);
+/// The value for `key`, compared case-sensitively, or null. The dictionary keeps the object.
+CFTypeRef CFDictionaryGetValue(CFDictionaryRef dictionary, CFStringRef key);
+/// The same for a key given as text.
+CFTypeRef CFDictionaryGetValue(CFDictionaryRef dictionary, std::u16string_view key);
+/// Writes the value to `value` and returns true when the key is there; otherwise leaves `value` as it is.
+bool CFDictionaryGetValueIfPresent(CFDictionaryRef dictionary, CFStringRef key, CFTypeRef* value);

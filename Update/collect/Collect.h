@@ -1,0 +1,31 @@
+// The products that a check looks at: the host first, then every registered product that is found.
+#pragma once
+
+#include "Update/collect/PListParse.h"
+
+#include <memory>
+#include <vector>
+
+class CCollect {
+public:
+    /// Appends the host's record, then the registered products; returns how many records are held now. The argument is not used.
+    int DoCollect(int);
+    void CollectCUSelf();
+    void CollectProds();
+    /// Shared libraries are no products of their own: nothing is collected.
+    void CollectCommonDLL();
+
+    /// Starts a walk at record `index`: returns it and moves on, or returns null when there is no such record.
+    CPListParse* GetIni(int index);
+    /// The walk's next record, or null.
+    CPListParse* NextIni();
+    /// How many records are held.
+    int count() const { return static_cast<int>(m_records.size()); }
+
+    /// Deletes every record that is not in `keep` and starts the walk anew; the order of the others stays.
+    void DeleteOtherPListParse(const std::vector<CPListParse*>& keep);
+
+private:
+    std::vector<std::unique_ptr<CPListParse>> m_records;
+    UInt32 m_cursor = 0; ///< shared by all walkers
+};
