@@ -1,0 +1,36 @@
+// What is to be done with a file of an update: the base of every action.
+#pragma once
+
+#include "Update/descriptor/Constants.h"
+
+class CGeneral;
+class CPListParse;
+
+enum ActionType : SInt32 { kNoAction = -1, kDownloadAction = 0, kRunAction = 1, kUnzipAction = 4 };
+
+class CAction {
+public:
+    CAction() = default;
+    virtual ~CAction() = default;
+    CAction(const CAction&) = delete;
+    CAction& operator=(const CAction&) = delete;
+
+    /// Reads the "action" element. The base reads nothing and returns 1.
+    virtual int Parse(CFTreeRef tree, const CConstants* constants);
+    /// Carries the action out. The base does nothing and returns 0.
+    virtual int DoAction(CGeneral* general, CPListParse* product);
+
+    SInt32 type() const { return m_actionType; }
+    const WideText& destination() const { return m_destination; }
+    const WideText& location() const { return m_location; }
+
+protected:
+    explicit CAction(ActionType type)
+        : m_actionType(type)
+    {
+    }
+
+    SInt32 m_actionType = kNoAction;
+    WideText m_destination;
+    WideText m_location;
+};

@@ -1,0 +1,21 @@
+// The download of a file: where it comes from and where it goes. The controller does the downloading.
+#pragma once
+
+#include "Update/descriptor/Action.h"
+
+class CDownLoad : public CAction {
+public:
+    /// `size` is the owning file's size in bytes.
+    explicit CDownLoad(SInt32 size);
+    /// Reads "destination" and "location". 0 only when a substitution fails.
+    int Parse(CFTreeRef tree, const CConstants* constants) override;
+    /// Replaces the download site; null clears it.
+    void SetSiteUrl(const UniChar* site);
+
+    SInt32 size() const { return m_size; }
+    const WideText& site() const { return m_site; }
+
+private:
+    SInt32 m_size;
+    WideText m_site;
+};
