@@ -1,6 +1,7 @@
 // What is to be done with a file of an update: the base of every action.
 #pragma once
 
+#include "Platform/Lumen/LumString.h"
 #include "Update/descriptor/Constants.h"
 
 class CGeneral;
@@ -15,14 +16,16 @@ public:
     CAction(const CAction&) = delete;
     CAction& operator=(const CAction&) = delete;
 
-    /// Reads the "action" element. The base reads nothing and returns 1.
+    /// Reads the "action" element; 0 drops the file that it belongs to. The base reads nothing and returns 1.
     virtual int Parse(CFTreeRef tree, const CConstants* constants);
-    /// Carries the action out. The base does nothing and returns 0.
+    /// Carries the action out: 1 on success, 0 on failure. The base does nothing and returns 0.
     virtual int DoAction(CGeneral* general, CPListParse* product);
 
     SInt32 type() const { return m_actionType; }
-    const WideText& destination() const { return m_destination; }
-    const WideText& location() const { return m_location; }
+    /// At most 1023 units; a path that did not fit is empty.
+    const CLumStringW& destination() const { return m_destination; }
+    /// At most 1023 units; a path that did not fit is empty.
+    const CLumStringW& location() const { return m_location; }
 
 protected:
     explicit CAction(ActionType type)
@@ -31,6 +34,6 @@ protected:
     }
 
     SInt32 m_actionType = kNoAction;
-    WideText m_destination;
-    WideText m_location;
+    CLumStringW m_destination;
+    CLumStringW m_location;
 };

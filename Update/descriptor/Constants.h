@@ -2,32 +2,51 @@
 #pragma once
 
 #include "Platform/CoreFoundation/CFXMLNode.h"
+#include "Platform/Lumen/LumString.h"
 #include "Platform/Support/UniText.h"
 
 #include <vector>
 
+/// How many constants the blocks of one descriptor may define; further ones are left out. A descriptor needs
+/// some tens.
+inline constexpr std::size_t kMaxDescriptorConstants = 4096;
+
 /// One constant, copied by value.
 struct tagStrCon {
-    WideText name; ///< the text to be replaced, percent signs included
-    WideText value; ///< the replacement
+    WideText name;         ///< the text to be replaced, percent signs included
+    WideText value;        ///< the replacement
+    bool valueCut = false; ///< the value was longer than its buffer, so that no path can be made with it
 };
 
 /// An ordered table; its order is the order of substitution, and a name may stand in it twice.
 class CConstants {
 public:
-    /// Adds every well-formed "constant" child of `tree`. 1, or 0 when the node is not named "CONSTANTS": then nothing is added.
+    /// Adds every well-formed "constant" child of `tree`. 1, or 0 when the node is not named "CONSTANTS":
+    /// then nothing is added.
     int ParseConstants(CFTreeRef tree);
     void AddItem(const tagStrCon& item);
-    /// Copies `src` to `dest` and substitutes every constant in it, cut at 1023 units. 0 when `src` is null: then `dest` is left as
-    /// it is; otherwise 1. `src` may point into `dest`.
+    /// Copies `src` to `dest` and substitutes every constant in it, cut at 1023 units. 0 when `src` is null:
+    /// then `dest` is left as it is; otherwise 1. `src` may point into `dest`.
     int MappingConstants(WideText& dest, const UniChar* src) const;
+
+    /// The same for a text of any length that stays in memory.
+    CLumStringW mappedText(std::u16string_view text) const;
+    /// The same for a path: empty, a path that names nothing, when anything had to be cut on the way.
+    CLumStringW mappedPath(std::u16string_view path) const;
+
     /// In the order of substitution.
     const std::vector<tagStrCon>& items() const { return m_items; }
 
 private:
+    bool substituteAll(WideText& text) const;
+
     std::vector<tagStrCon> m_items;
+    std::size_t m_parsed = 0; ///< how many of them the descriptor's own blocks defined
 };
 
-/// Replaces every occurrence of `find` in `text` from the start to the end, case-sensitively, going on behind each replacement; the result is
-/// cut at 1023 units. An empty `find` changes nothing.
-void StrRplace(WideText& text, std::u16string_view find, std::u16string_view replacement);
+enum class Replaced { Nothing, Whole, Cut };
+
+/// Replaces every occurrence of `find` in `text` from the start to the end, case-sensitively, going on behind
+/// each replacement; the result is cut at 1023 units. An empty `find` changes nothing. Says whether it
+/// replaced and cut anything.
+Replaced StrRplace(WideText& text, std::u16string_view find, std::u16string_view replacement);

@@ -7,15 +7,15 @@ class CDownLoad : public CAction {
 public:
     /// `size` is the owning file's size in bytes.
     explicit CDownLoad(SInt32 size);
-    /// Reads "destination" and "location". 0 only when a substitution fails.
+    /// Reads "destination", the local path to save to, and "location", the path on the site. Always 1.
     int Parse(CFTreeRef tree, const CConstants* constants) override;
     /// Replaces the download site; null clears it.
     void SetSiteUrl(const UniChar* site);
 
     SInt32 size() const { return m_size; }
-    const WideText& site() const { return m_site; }
+    const CLumStringW& site() const { return m_site; }
 
 private:
     SInt32 m_size;
-    WideText m_site;
+    CLumStringW m_site;
 };

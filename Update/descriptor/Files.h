@@ -5,7 +5,8 @@
 
 class CFiles {
 public:
-    /// Reads the "FILE" children of `tree`; a bad one is left out. 1, or 0 when the node is not named "FILES".
+    /// Reads the "FILE" children of `tree`, with `ownerCode` and the download site `site` for each; a bad one
+    /// is left out. 1, or 0 when the node is not named "FILES".
     int ParseFiles(CFTreeRef tree, const CConstants* constants, SInt32 ownerCode, const UniChar* site);
     /// Appends a file and owns it.
     void AddItem(std::unique_ptr<CFileSec> file);

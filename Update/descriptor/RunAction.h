@@ -6,11 +6,12 @@
 class CRun : public CAction {
 public:
     CRun();
-    /// Reads "filetype", "location" and "wait". 0 only when a substitution fails.
+    /// Reads "filetype", "location", the path of the file to start, and "wait". Always 1.
     int Parse(CFTreeRef tree, const CConstants* constants) override;
     /// Replaces the destination, the run action's default folder; null clears it.
     void SetDPath(const UniChar* path);
 
+    /// 0 when the action goes on without waiting for what it started.
     SInt32 wait() const { return m_wait; }
     SInt32 fileType() const { return m_fileType; }
 

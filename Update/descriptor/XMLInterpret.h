@@ -1,4 +1,5 @@
-// The interpreter of one descriptor: loads it, follows what it points at, and holds the files that are left to update.
+// The interpreter of one descriptor: loads it, follows what it points at, and holds the files that are left
+// to update.
 #pragma once
 
 #include "Platform/CoreFoundation/CFRef.h"
@@ -15,35 +16,37 @@ inline constexpr int kMaxChainLevels = 100;
 
 class CXMLInterpret {
 public:
-    /// Reads and parses the descriptor at `file`, which stays the caller's; null, or a file that cannot be read or parsed,
-    /// leaves an interpreter whose ParseFile fails.
+    /// Reads and parses the descriptor at `file`, which stays the caller's; null, or a file that cannot be
+    /// read or parsed, leaves an interpreter whose ParseFile fails.
     explicit CXMLInterpret(OpacLumFSRef* file);
     ~CXMLInterpret();
     CXMLInterpret(const CXMLInterpret&) = delete;
     CXMLInterpret& operator=(const CXMLInterpret&) = delete;
 
-    /// Interprets the whole descriptor for an installed product: its name, its version text, its bundle's path (may be null or
-    /// empty) and the base of its downloads. True when at least one file is left to update.
+    /// Interprets the whole descriptor for an installed product: its name, its version text, its bundle's
+    /// path (may be null or empty) and the base of its downloads. True when at least one file is left to
+    /// update.
     bool ParseFile(const UniChar* productName, const UniChar* productVersion, const UniChar* appPath,
         const UniChar* siteUrl);
-    /// Makes and empties the work folder and adds the fixed constants. False only when the folder cannot be made.
+    /// Makes and empties the work folder and adds the fixed constants. False only when the folder cannot be
+    /// made.
     bool InitFixedConst(const UniChar* appPath);
-    /// The path of a fixed folder in the user's caches folder (selector 0: the work folder, otherwise the descriptors'), or of its `subFolder`, made
-    /// when missing; empty on any failure.
+    /// The path of a fixed folder in the user's caches folder (selector 0: the work folder, otherwise the
+    /// descriptors'), or of its `subFolder`, made when missing; empty on any failure.
     static CLumStringW CreateFixedDir(const UniChar* subFolder, SInt32 selector);
     /// Makes sure that the work folder exists.
     bool RealCreateDir();
     /// Deletes the work folder with everything in it; false when there was none or that failed.
     bool ClearAllFileInFixedDir();
 
-    /// 1 when a file named `name` is newer than `versionText`, otherwise how the last one compared is (0 equal, -1 older); -1 when there is none. With
-    /// `stopAtFirst` an equal one ends the walk too.
+    /// 1 when a file named `name` is newer than `versionText`, otherwise how the last one compared is (0
+    /// equal, -1 older); -1 when there is none. With `stopAtFirst` an equal one ends the walk too.
     int CompNameAndVersion(const UniChar* name, const UniChar* versionText, int stopAtFirst) const;
     void CalcSectionUpdate();
     /// False rejects the descriptor.
     bool CaclDependencyUpdate();
-    /// Interprets another bundle's descriptor and takes over its files when it offers at least the four parts at
-    /// `requiredVersion`. 0, or the descriptor download's error number.
+    /// Interprets another bundle's descriptor and takes over its files when it offers at least the four parts
+    /// at `requiredVersion`. 0, or the descriptor download's error number.
     SInt32 DownloadAndGatherUpdate(CPListParse* plist, const SInt32* requiredVersion);
 
     /// The files that are left to update, in order; owned by the interpreter.

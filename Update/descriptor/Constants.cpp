@@ -1,0 +1,84 @@
+#include "Update/descriptor/Constants.h"
+
+#include "Update/descriptor/ElementReader.h"
+
+#include <string>
+
+int CConstants::ParseConstants(CFTreeRef tree)
+{
+    if (!isNamed(tree, u"CONSTANTS"))
+        return 0;
+    for (const CFTreeRef child : TreeChildren(tree)) {
+        const CFDictionaryRef attributes = attributesOf(child);
+        if (!attributes || !isNamed(child, u"constant"))
+            continue;
+        if (m_parsed == kMaxDescriptorConstants)
+            break;
+        tagStrCon item;
+        (void)item.name.assign(attributeOrEmpty(attributes, u"name")); // a cut name matches what it holds
+        item.valueCut = !item.value.assign(attributeOrEmpty(attributes, u"value"));
+        AddItem(item);
+        ++m_parsed;
+    }
+    return 1;
+}
+
+void CConstants::AddItem(const tagStrCon& item)
+{
+    m_items.push_back(item);
+}
+
+int CConstants::MappingConstants(WideText& dest, const UniChar* src) const
+{
+    if (!src)
+        return 0;
+    (void)dest.assign(src); // this operation cuts; mappedPath is the one that refuses to
+    (void)substituteAll(dest);
+    return 1;
+}
+
+CLumStringW CConstants::mappedText(std::u16string_view text) const
+{
+    WideText mapped(text);
+    (void)substituteAll(mapped); // what does not fit is cut
+    return CLumStringW(mapped.view());
+}
+
+CLumStringW CConstants::mappedPath(std::u16string_view path) const
+{
+    WideText mapped;
+    if (!mapped.assign(path) || !substituteAll(mapped))
+        return {};
+    return CLumStringW(mapped.view());
+}
+
+/// False when a result, or a value that was put in, had to be cut.
+bool CConstants::substituteAll(WideText& text) const
+{
+    bool whole = true;
+    for (const tagStrCon& item : m_items) {
+        const Replaced replaced = StrRplace(text, item.name, item.value);
+        if (replaced == Replaced::Cut || (replaced == Replaced::Whole && item.valueCut))
+            whole = false;
+    }
+    return whole;
+}
+
+Replaced StrRplace(WideText& text, std::u16string_view find, std::u16string_view replacement)
+{
+    const std::u16string_view whole = text.view();
+    std::size_t match = find.empty() ? std::u16string_view::npos : whole.find(find);
+    if (match == std::u16string_view::npos)
+        return Replaced::Nothing;
+
+    std::u16string result;
+    std::size_t from = 0;
+    while (match != std::u16string_view::npos && result.size() < WideText::kCapacity) {
+        result += whole.substr(from, match - from);
+        result += replacement;
+        from = match + find.size();
+        match = whole.find(find, from);
+    }
+    result += whole.substr(from);
+    return text.assign(result) ? Replaced::Whole : Replaced::Cut;
+}
