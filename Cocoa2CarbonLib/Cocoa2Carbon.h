@@ -5,12 +5,15 @@
 
 extern "C" {
 
-/// Unpacks a ZIP archive with "/usr/bin/unzip -o ZIP -d FOLDER" (existing files are replaced). Both paths are UTF-8. Blocks until
-/// the tool has ended; there is no time limit. 1 when its exit status was 0, otherwise 0, also for a null argument.
+/// Unpacks a ZIP archive with "/usr/bin/unzip -o ZIP -d FOLDER" (existing files are replaced). Both paths are
+/// UTF-8; before one that begins with "-", and would be read as an option, "./" is put. Blocks until the tool
+/// has ended; there is no time limit. 1 when its exit status was 0, otherwise 0, also for a null argument.
 int C2C_UnzipFile(const char* zipPath, const char* destinationFolder);
 
-/// Installs a package with "/usr/sbin/installer -pkg PACKAGE -target TARGET". Blocks until the tool has ended. Its exit status,
-/// or -50 for a null argument; 127 when it could not be started, 128 plus the signal when one ended it.
+/// Installs a package with "/usr/sbin/installer -pkg PACKAGE -target TARGET", paths as above. Blocks until
+/// the tool has ended; there is no time limit. Its exit status; paramErr for a null argument, and then
+/// nothing is started; 127 when it could not be started, 128 plus the signal when one ended it, -1 when its
+/// status was lost.
 int C2C_InstallerFile(const char* packagePath, const char* target);
 
 /// The number of units before the first zero unit. `s` must not be null.

@@ -1,0 +1,52 @@
+// A child process started without a shell, and the wait for its end.
+#pragma once
+
+#include "Platform/Support/Types.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// What is started, and how.
+struct ChildRequest {
+    std::string program;                ///< absolute path; also the first word of the argument vector
+    std::vector<std::string> arguments; ///< those after the program, handed on unchanged
+    std::vector<std::string_view> droppedVariables; ///< names left out of the inherited environment
+    bool withoutTerminal = false; ///< in a session of its own, so that no controlling terminal can be asked
+};
+
+/// One child. It has this process's working directory, environment, standard output and error, /dev/null as
+/// its standard input, no other descriptor, and default signal handling. Whatever happens, it is reaped:
+/// going away, the object waits for a child that still runs.
+class ChildProcess {
+public:
+    static constexpr int kStatusUnknown = -1;
+    /// Added to a signal's number where a signal ended the child.
+    static constexpr int kSignalStatusBase = 128;
+
+    ChildProcess();
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+    ~ChildProcess();
+
+    /// Starts the child; allowed once. 0 when it runs the program, otherwise the errno value of what failed;
+    /// then there is no child.
+    int start(const ChildRequest& request);
+    /// Looks, without waiting, whether the child has ended.
+    bool hasEnded();
+    /// Blocks until the child has ended; there is no time limit. Its status: see status().
+    int waitUntilEnded();
+    /// The exit status (0 to 255), 128 plus the signal that ended the child, or kStatusUnknown while it runs
+    /// and when somebody else in this process reaped it.
+    int status() const { return m_status; }
+
+private:
+    class KeptStatus;
+
+    bool reap(int flags);
+
+    int m_pid = 0; ///< 0: none, or reaped already
+    int m_status = kStatusUnknown;
+    std::unique_ptr<KeptStatus> m_keptStatus;
+};

@@ -1,0 +1,202 @@
+// The runners of command-line tools, against the real unzip and archives made by the real zip.
+#include "Cocoa2CarbonLib/Cocoa2Carbon.h"
+#include "tests/support/FakeHome.h"
+#include "tests/support/TempDir.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Runs a command line with the shell, in `folder`; true when it succeeded.
+bool shell(const fs::path& folder, const std::string& command)
+{
+    return std::system(("cd '" + folder.string() + "' && " + command + " >/dev/null 2>&1").c_str()) == 0;
+}
+
+// An archive with one file "inside.txt" holding `text`.
+fs::path makeZip(const ScopedTempDir& folder, const std::string& name, const std::string& text)
+{
+    (void)folder.write("source/inside.txt", text);
+    EXPECT_TRUE(shell(folder.at("source"), "zip -q ./archive.zip inside.txt"));
+    fs::rename(folder.at("source/archive.zip"), folder.at(name));
+    return folder.at(name);
+}
+
+class ScopedWorkingDirectory {
+public:
+    explicit ScopedWorkingDirectory(const fs::path& folder)
+        : m_former(fs::current_path())
+    {
+        fs::current_path(folder);
+    }
+    ScopedWorkingDirectory(const ScopedWorkingDirectory&) = delete;
+    ScopedWorkingDirectory& operator=(const ScopedWorkingDirectory&) = delete;
+    ~ScopedWorkingDirectory() { fs::current_path(m_former); }
+
+private:
+    fs::path m_former;
+};
+
+class ScopedSignal {
+public:
+    ScopedSignal(int signalNumber, void (*handler)(int))
+        : m_number(signalNumber)
+    {
+        struct sigaction action { };
+        action.sa_handler = handler;
+        EXPECT_EQ(sigaction(signalNumber, &action, &m_former), 0);
+    }
+    ScopedSignal(const ScopedSignal&) = delete;
+    ScopedSignal& operator=(const ScopedSignal&) = delete;
+    ~ScopedSignal() { EXPECT_EQ(sigaction(m_number, &m_former, nullptr), 0); }
+
+private:
+    int m_number;
+    struct sigaction m_former { };
+};
+
+} // namespace
+
+TEST(C2C_UnzipFile, ExtractsIntoTheFolderAndGivesOne)
+{
+    const ScopedTempDir folder;
+    const fs::path zip = makeZip(folder, "a.zip", "fresh");
+    const fs::path target = folder.makeFolder("target");
+    EXPECT_EQ(C2C_UnzipFile(zip.c_str(), target.c_str()), 1);
+    EXPECT_EQ(readWholeFile(target / "inside.txt"), "fresh");
+}
+
+TEST(C2C_UnzipFile, OverwritesExistingFilesWithoutAsking)
+{
+    const ScopedTempDir folder;
+    const fs::path zip = makeZip(folder, "a.zip", "fresh");
+    (void)folder.write("target/inside.txt", "old");
+    EXPECT_EQ(C2C_UnzipFile(zip.c_str(), folder.at("target").c_str()), 1);
+    EXPECT_EQ(readWholeFile(folder.at("target/inside.txt")), "fresh");
+}
+
+TEST(C2C_UnzipFile, GivesZeroForAMissingArchive)
+{
+    const ScopedTempDir folder;
+    EXPECT_EQ(C2C_UnzipFile(folder.at("missing.zip").c_str(), folder.path().c_str()), 0);
+}
+
+TEST(C2C_UnzipFile, GivesZeroForADamagedArchive)
+{
+    const ScopedTempDir folder;
+    const fs::path zip = folder.write("broken.zip", "this is no archive");
+    EXPECT_EQ(C2C_UnzipFile(zip.c_str(), folder.path().c_str()), 0);
+}
+
+TEST(C2C_UnzipFile, GivesZeroForANullArgument)
+{
+    EXPECT_EQ(C2C_UnzipFile(nullptr, "/tmp"), 0);
+    EXPECT_EQ(C2C_UnzipFile("/tmp/a.zip", nullptr), 0);
+}
+
+TEST(C2C_UnzipFile, HandsPathsOnWithoutAShell)
+{
+    const ScopedTempDir folder;
+    const std::string name = "it's $(touch hit) & ; \"q\" \xC3\xBC.zip";
+    const fs::path zip = makeZip(folder, name, "quoted");
+    const fs::path target = folder.makeFolder("tar get;$(touch hit)");
+    const ScopedWorkingDirectory inside(folder.path());
+    EXPECT_EQ(C2C_UnzipFile(zip.c_str(), target.c_str()), 1);
+    EXPECT_EQ(readWholeFile(target / "inside.txt"), "quoted");
+    EXPECT_FALSE(fs::exists(folder.at("hit")));
+}
+
+TEST(C2C_UnzipFile, KeepsTheWorkingDirectory)
+{
+    const ScopedTempDir folder;
+    (void)makeZip(folder, "a.zip", "relative");
+    (void)folder.makeFolder("target");
+    const ScopedWorkingDirectory inside(folder.path());
+    EXPECT_EQ(C2C_UnzipFile("a.zip", "target"), 1);
+    EXPECT_EQ(readWholeFile(folder.at("target/inside.txt")), "relative");
+}
+
+TEST(C2C_UnzipFile, DoesNotReadAPathThatBeginsWithADashAsAnOption)
+{
+    const ScopedTempDir folder;
+    (void)makeZip(folder, "-l.zip", "dash");
+    (void)folder.makeFolder("-t");
+    const ScopedWorkingDirectory inside(folder.path());
+    EXPECT_EQ(C2C_UnzipFile("-l.zip", "-t"), 1);
+    EXPECT_EQ(readWholeFile(folder.at("-t/inside.txt")), "dash");
+}
+
+TEST(C2C_UnzipFile, IgnoresOptionsFromTheEnvironment)
+{
+    const ScopedTempDir folder;
+    const fs::path zip = makeZip(folder, "a.zip", "fresh");
+    // Each would only list or test the archive instead of extracting it.
+    for (const char* variable : {"UNZIP", "UNZIPOPT"}) {
+        const ScopedEnvironment options(variable, "-t");
+        const fs::path target = folder.makeFolder(std::string("target") + variable);
+        EXPECT_EQ(C2C_UnzipFile(zip.c_str(), target.c_str()), 1);
+        EXPECT_EQ(readWholeFile(target / "inside.txt"), "fresh") << variable;
+    }
+}
+
+TEST(C2C_UnzipFile, DoesNotWaitForThePasswordOfAnEncryptedArchive)
+{
+    const ScopedTempDir folder;
+    (void)folder.write("source/inside.txt", "secret");
+    ASSERT_TRUE(shell(folder.at("source"), "zip -q -P word ../a.zip inside.txt"));
+    EXPECT_EQ(C2C_UnzipFile(folder.at("a.zip").c_str(), folder.makeFolder("target").c_str()), 0);
+    EXPECT_FALSE(fs::exists(folder.at("target/inside.txt")));
+}
+
+TEST(C2C_UnzipFile, KnowsTheStatusWhereChildSignalsAreIgnored)
+{
+    const ScopedTempDir folder;
+    const fs::path zip = makeZip(folder, "a.zip", "fresh");
+    const ScopedSignal ignored(SIGCHLD, SIG_IGN);
+    EXPECT_EQ(C2C_UnzipFile(zip.c_str(), folder.makeFolder("target").c_str()), 1);
+    EXPECT_EQ(C2C_UnzipFile(folder.at("missing.zip").c_str(), folder.path().c_str()), 0);
+    struct sigaction now { };
+    ASSERT_EQ(sigaction(SIGCHLD, nullptr, &now), 0);
+    EXPECT_TRUE(now.sa_handler == SIG_IGN);
+}
+
+TEST(C2C_UnzipFile, LeavesNoZombie)
+{
+    EXPECT_EQ(C2C_UnzipFile("/nowhere/a.zip", "/nowhere"), 0);
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+    EXPECT_EQ(errno, ECHILD);
+}
+
+TEST(C2C_InstallerFile, GivesBadParameterForANullArgument)
+{
+    EXPECT_EQ(C2C_InstallerFile(nullptr, "/"), -50);
+    EXPECT_EQ(C2C_InstallerFile("/tmp/a.pkg", nullptr), -50);
+}
+
+TEST(C2C_InstallerFile, GivesTheToolsExitStatus)
+{
+    const ScopedTempDir folder;
+    if (access("/usr/sbin/installer", X_OK) != 0)
+        EXPECT_EQ(C2C_InstallerFile(folder.at("missing.pkg").c_str(), folder.path().c_str()), 127);
+    else
+        EXPECT_NE(C2C_InstallerFile(folder.at("missing.pkg").c_str(), folder.path().c_str()), 0);
+}
+
+TEST(C2C_wcslen, CountsUnitsBeforeTheFirstZero)
+{
+    EXPECT_EQ(C2C_wcslen(u""), 0);
+    EXPECT_EQ(C2C_wcslen(u"abc\0def"), 3);
+    EXPECT_EQ(C2C_wcslen(u"a\U0001F600"), 3); // a surrogate pair is two units
+}
+
+TEST(C2C_wcslenDeathTest, RefusesNull)
+{
+    EXPECT_DEATH((void)C2C_wcslen(nullptr), "failed assertion `s'");
+}
