@@ -93,7 +93,8 @@ bool CUpdateInter::checkProduct(CPListParse& product, std::vector<CPListParse*>&
     return !isHost;
 }
 
-std::unique_ptr<CXMLInterpret> CUpdateInter::CreateNeedUpdateXMLParse(CPListParse& product, SInt32& result) const
+std::unique_ptr<CXMLInterpret> CUpdateInter::CreateNeedUpdateXMLParse(
+    CPListParse& product, SInt32& result) const
 {
     OpacLumFSRef* const file = CreateXMLFileRef(product.xmlFileName().c_str());
     if (!file)

@@ -3,6 +3,7 @@
 
 #include "Platform/Carbon/Folders.h"
 #include "Platform/Lumen/LumFile.h"
+#include "Platform/Support/ErrorNumbers.h"
 #include "Update/descriptor/DownloadAction.h"
 #include "Update/descriptor/XMLInterpret.h"
 
@@ -24,9 +25,9 @@ const CDownLoad* downloadActionOf(const CFileSec& file)
 }
 
 /// Writes all of `size` bytes to a new file; a file that could not be filled is removed again.
-bool writeFile(const WideText& path, const unsigned char* bytes, SInt32 size)
+bool writeFile(const UniChar* path, const unsigned char* bytes, SInt32 size)
 {
-    OpacLumFSRef* const ref = Lum0FSRCreateWithPath(path.c_str());
+    OpacLumFSRef* const ref = Lum0FSRCreateWithPath(path);
     if (!ref)
         return false;
     const SInt16 file = LumFileCreateExt(ref, kLumFileCreateWrite);
@@ -46,8 +47,8 @@ bool writeFile(const WideText& path, const unsigned char* bytes, SInt32 size)
 SInt32 addSizes(SInt32 a, SInt32 b)
 {
     const SInt64 sum = static_cast<SInt64>(a) + b;
-    return static_cast<SInt32>(std::clamp<SInt64>(
-        sum, std::numeric_limits<SInt32>::min(), std::numeric_limits<SInt32>::max()));
+    return static_cast<SInt32>(
+        std::clamp<SInt64>(sum, std::numeric_limits<SInt32>::min(), std::numeric_limits<SInt32>::max()));
 }
 
 SInt32 percentOf(SInt32 done, SInt32 total)
@@ -83,7 +84,8 @@ int CUpdateInter::MyDownloadCallBack(int event, int value, void* userData)
 int CUpdateInter::downloadEvent(int event, int value)
 {
     if (m_progressWindow.isCancelled() && event != kCancelled) {
-        // A chunk's 0 makes the downloader end with "cancelled". Any other event is the end already: nothing would follow it.
+        // A chunk's 0 makes the downloader end with "cancelled". Any other event is the end already: nothing
+        // would follow it.
         if (event != kChunkArrived)
             OperateHasError(kCancelled);
         return 0;
@@ -106,7 +108,8 @@ int CUpdateInter::fileDownloaded()
     if (CurrentIndex < 0 || CurrentIndex >= count)
         return 0;
     if (!storeDownload(*SelectedFiles[static_cast<std::size_t>(CurrentIndex)])) {
-        // Meant: a file that cannot be written ends the download phase; the install step that needs it fails then.
+        // Meant: a file that cannot be written ends the download phase; the install step that needs it fails
+        // then.
         DownloadOK();
         return 0;
     }
@@ -127,7 +130,8 @@ int CUpdateInter::fileDownloaded()
     return started;
 }
 
-/// Writes a download that was received in memory to its destination; true also when there is nothing to write.
+/// Writes a download that was received in memory to its destination; true also when there is nothing to
+/// write.
 bool CUpdateInter::storeDownload(const CFileSec& file)
 {
     SInt32 size = 0;
@@ -135,7 +139,7 @@ bool CUpdateInter::storeDownload(const CFileSec& file)
     if (size <= 0 || !bytes)
         return true;
     const CDownLoad* const action = downloadActionOf(file);
-    return action && writeFile(action->destination(), bytes, size);
+    return action && writeFile(action->destination().c_str(), bytes, size);
 }
 
 void CUpdateInter::DownloadOK()
@@ -147,7 +151,8 @@ void CUpdateInter::DownloadOK()
     removeTimer();
     if (!m_timerUPP)
         m_timerUPP = NewEventLoopTimerUPP(&CUpdateInter::Install_TimeoutTimerProc);
-    if (InstallEventLoopTimer(GetCurrentEventLoop(), kInstallTickSeconds, 0, m_timerUPP, this, &m_timer) != noErr)
+    if (InstallEventLoopTimer(GetCurrentEventLoop(), kInstallTickSeconds, 0, m_timerUPP, this, &m_timer)
+        != noErr)
         m_timer = nullptr;
     if (m_timer) {
         StepTotal = static_cast<SInt32>(SelectedFiles.size());

@@ -39,7 +39,8 @@ bool CUpdateInter::relaunchHost(CPListParse* first)
         || !CFURLGetFileSystemRepresentation(first->bundleURL(), 1, path, sizeof path))
         return false;
     QuitApplicationEventLoop();
-    (void)CommunicationWithApp(kRelaunchMessage, reinterpret_cast<const char*>(path)); // no answer is waited for
+    (void)CommunicationWithApp(
+        kRelaunchMessage, reinterpret_cast<const char*>(path)); // no answer is waited for
     return true;
 }
 
@@ -53,7 +54,7 @@ void CUpdateInter::OperateHasError(SInt32 code)
     if (run == m_run) {
         CPListParse* const first = m_collection ? m_collection->GetIni(0) : nullptr;
         if (CXMLInterpret* const interpreter = interpreterOf(first))
-            (void)interpreter->ClearAllFileInFixedDir(); // what stays is cleared by the next check
+            (void)interpreter->ClearAllFileInFixedDir();          // what stays is cleared by the next check
         (void)CommunicationWithApp(kUpdateEndMessage, kQuitText); // the answer changes nothing here
     }
     finishMessage(run);
@@ -81,7 +82,8 @@ void CUpdateInter::leaveInstall()
     StepDone = 0;
 }
 
-/// Tells the host that run `run` is over, unless the host cancelled it or the object is busy with another one by now.
+/// Tells the host that run `run` is over, unless the host cancelled it or the object is busy with another one
+/// by now.
 void CUpdateInter::finishMessage(RunSerial run)
 {
     if (run == m_run)
@@ -98,7 +100,8 @@ void CUpdateInter::removeTimer()
     m_timer = nullptr;
 }
 
-/// Deletes the downloader; one whose callback is still running is stopped, and deleted when the callback has returned.
+/// Deletes the downloader; one whose callback is still running is stopped, and deleted when the callback has
+/// returned.
 void CUpdateInter::deleteDownloader()
 {
     if (m_callbackDepth == 0) {

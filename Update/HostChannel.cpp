@@ -32,7 +32,8 @@ struct Payload {
     }
 };
 
-/// Lays out the two texts of an install request: an empty first text takes no zero byte, a null second one is left out.
+/// Lays out the two texts of an install request: an empty first text takes no zero byte, a null second one is
+/// left out.
 bool fillInstallPayload(Payload& payload, const char* package, const char* target)
 {
     const std::string_view first = package ? package : "";

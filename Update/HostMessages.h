@@ -5,6 +5,6 @@
 
 enum HostMessage : SInt32 {
     kInstallPackageMessage = 0x55504B47, ///< "UPKG": package path, target folder
-    kRelaunchMessage = 0x5551524C, ///< "UQRL": path of the host product's bundle
-    kUpdateEndMessage = 0x55456E64, ///< "UEnd": a text
+    kRelaunchMessage = 0x5551524C,       ///< "UQRL": path of the host product's bundle
+    kUpdateEndMessage = 0x55456E64,      ///< "UEnd": a text
 };

@@ -42,7 +42,8 @@ void CUpdateInter::installTick()
         return;
     }
     const RunSerial run = m_run;
-    const bool succeeded = unzipping ? unzipStep(*SelectedFiles[static_cast<std::size_t>(CurrentIndex)]) : runStep();
+    const bool succeeded
+        = unzipping ? unzipStep(*SelectedFiles[static_cast<std::size_t>(CurrentIndex)]) : runStep();
     // The host's answer was waited for with events: a check or a cancel may have ended this run meanwhile.
     if (run != m_run)
         return;
@@ -66,13 +67,15 @@ bool CUpdateInter::unzipStep(const CFileSec& file) const
     const std::u16string_view parent = folderOf(action->location());
     std::string archive;
     std::string folder;
-    // An archive without a folder of its own is unpacked into the working directory: an empty folder is handed on as it is.
+    // An archive without a folder of its own is unpacked into the working directory: an empty folder is
+    // handed on as it is.
     if (!pathFromWide(action->location(), archive) || (!parent.empty() && !pathFromWide(parent, folder)))
         return false;
     return C2C_UnzipFile(archive.c_str(), folder.c_str()) == 1;
 }
 
-/// Has the host install the package that the current step stands for; true also when there is none or it was not chosen.
+/// Has the host install the package that the current step stands for; true also when there is none or it was
+/// not chosen.
 bool CUpdateInter::runStep()
 {
     const CFileSec* const file = fileAtRunStep(StepDone - static_cast<SInt32>(SelectedFiles.size()));
@@ -89,7 +92,8 @@ bool CUpdateInter::runStep()
     return CommunicationWithApp(kInstallPackageMessage, package.c_str(), target.c_str());
 }
 
-/// The file that run step `step` (from 0) stands for: the products' lists of files to update, one after the other; or null.
+/// The file that run step `step` (from 0) stands for: the products' lists of files to update, one after the
+/// other; or null.
 CFileSec* CUpdateInter::fileAtRunStep(SInt32 step) const
 {
     if (step < 0)

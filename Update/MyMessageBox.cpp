@@ -1,6 +1,7 @@
 // The stop alert.
 #include "Platform/Carbon/Alerts.h"
 #include "Platform/CoreFoundation/CFRef.h"
+#include "Platform/Support/ErrorNumbers.h"
 #include "Update/UpdateInter.h"
 
 void MyMessageBox(const UniChar* text)

@@ -11,12 +11,14 @@ std::vector<CLumStringW>& fetchedDescriptorURLs()
 
 extern "C" {
 
-__attribute__((visibility("default"))) IMsgProviderPlugin* GetMsgProviderPlugin(IMsgPluginContainer* container)
+__attribute__((visibility("default"))) IMsgProviderPlugin* GetMsgProviderPlugin(
+    IMsgPluginContainer* container)
 {
     return g_UpdatePlugin.attach(container) ? &g_UpdatePlugin : nullptr;
 }
 
-__attribute__((visibility("default"))) IMsgProviderPlugin* ReleaseMsgProviderPlugin(IMsgProviderPlugin* plugin)
+__attribute__((visibility("default"))) IMsgProviderPlugin* ReleaseMsgProviderPlugin(
+    IMsgProviderPlugin* plugin)
 {
     return plugin; // the object is static: it goes when the bundle is unloaded
 }

@@ -1,4 +1,5 @@
-// The opened message: which files are offered, and the start of the install sequence with those that were chosen.
+// The opened message: which files are offered, and the start of the install sequence with those that were
+// chosen.
 #include "Update/UpdateInter.h"
 
 #include "Platform/Carbon/Processes.h"
@@ -69,8 +70,8 @@ SInt32 CUpdateInter::ProcessMsg(IUserMsg* msg)
     return Busy ? 0 : -1;
 }
 
-/// Gathers the host product's files and the files of "common" descriptors, and lists the other products. False when a product
-/// has no interpreter or its work folder cannot be made.
+/// Gathers the host product's files and the files of "common" descriptors, and lists the other products.
+/// False when a product has no interpreter or its work folder cannot be made.
 bool CUpdateInter::gatherOwnFiles(std::vector<CPListParse*>& others)
 {
     for (CPListParse* product = m_collection->GetIni(0); product; product = m_collection->NextIni()) {
@@ -138,8 +139,8 @@ bool CUpdateInter::authoriseHelperTool()
     if (!CopyAssistantTool2Folder(toolPath))
         return false;
     const char* const path = reinterpret_cast<const char*>(toolPath);
-    const AuthorizationItem right = {
-        kAuthorizationRightExecute, static_cast<UInt32>(std::strlen(path)), toolPath, 0};
+    const AuthorizationItem right
+        = {kAuthorizationRightExecute, static_cast<UInt32>(std::strlen(path)), toolPath, 0};
     // The right stands in the environment, not among the rights: it is asked for when the tool is started.
     const AuthorizationItemSet environment = {1, &right};
     AuthorizationRef authorization = nullptr;
@@ -152,6 +153,7 @@ bool CUpdateInter::authoriseHelperTool()
         return false;
     ProcessSerialNumber process;
     if (GetCurrentProcess(&process) == noErr)
-        (void)SetFrontProcess(&process); // where the desktop does not allow it, the windows stay where they are
+        (void)SetFrontProcess(
+            &process); // where the desktop does not allow it, the windows stay where they are
     return true;
 }

@@ -21,13 +21,14 @@ inline constexpr char16_t kProviderId[] = u"Update.bundle";
 
 /// The host's resource texts.
 enum ResourceText : SInt32 {
-    kOneProductText = 618, ///< takes the product's name
+    kOneProductText = 618,      ///< takes the product's name
     kSeveralProductsText = 620, ///< takes the number of products
     kInstallSuccessText = 622,
     kInstallFailureText = 625,
 };
 
-/// The block of opaque bytes that a check attaches to each product it keeps: 2048 zero bytes, then the product's interpreter.
+/// The block of opaque bytes that a check attaches to each product it keeps: 2048 zero bytes, then the
+/// product's interpreter.
 struct ProductUserData {
     UInt8 reserved[2048];
     CXMLInterpret* interpreter; ///< owned by the plug-in object
@@ -39,8 +40,8 @@ public:
     ~CUpdateInter();
 
     // Entry
-    /// Prepares the object for its host: clears old work folders the first time, opens the host's resources. False when the host's bundle or its
-    /// resources cannot be found: then the container is not taken.
+    /// Prepares the object for its host: clears old work folders the first time, opens the host's resources.
+    /// False when the host's bundle or its resources cannot be found: then the container is not taken.
     bool attach(IMsgPluginContainer* container);
     /// Null is allowed.
     void SetContainer(IMsgPluginContainer* container);
@@ -62,8 +63,8 @@ public:
     static void Install_TimeoutTimerProc(EventLoopTimerRef timer, void* userData);
 
     // Host channel
-    /// Sends a request to the host and waits for the answer, processing events meanwhile. Both texts are UTF-8 and may be null. True only when the
-    /// host answered with 0.
+    /// Sends a request to the host and waits for the answer, processing events meanwhile. Both texts are
+    /// UTF-8 and may be null. True only when the host answered with 0.
     bool CommunicationWithApp(SInt32 msgId, const char* first, const char* second = nullptr);
 
     /// Places the helper tool and writes its path to `path` (1024 bytes).
@@ -73,8 +74,8 @@ public:
     SInt32 busy() const { return Busy; }
 
 private:
-    /// Which run of the sequence a step belongs to: a wait that processes events compares it afterwards, because a check, a cancel or another
-    /// message may have taken the object over meanwhile.
+    /// Which run of the sequence a step belongs to: a wait that processes events compares it afterwards,
+    /// because a check, a cancel or another message may have taken the object over meanwhile.
     using RunSerial = UInt32;
 
     void clearFixedFolder(SInt32 selector);
@@ -123,11 +124,12 @@ private:
     PAuProductsWind m_productsWindow;
     std::unique_ptr<CCollect> m_collection;
     std::unique_ptr<CHttpDownload> m_downloader;
-    std::vector<CFileSec*> m_ownFiles; ///< of the host product, and shared files
+    std::vector<CFileSec*> m_ownFiles;    ///< of the host product, and shared files
     std::vector<CFileSec*> m_commonFiles; ///< of other products, marked as needed by all
-    ProductFiles m_productFiles; ///< optional files
+    ProductFiles m_productFiles;          ///< optional files
     std::vector<CFileSec*> SelectedFiles;
-    SInt32 CurrentIndex = 0; ///< position in SelectedFiles; -1 when a message was opened and nothing chosen yet
+    SInt32 CurrentIndex
+        = 0; ///< position in SelectedFiles; -1 when a message was opened and nothing chosen yet
     WideText ErrorText;
     SInt32 Busy = 0;
     SInt32 StepTotal = 0; ///< bytes while downloading, steps while installing
@@ -135,7 +137,7 @@ private:
 
     RunSerial m_run = 0;
     RunSerial m_cancelledRun = 0; ///< the last run that CancelProcessMsg ended; 0 none
-    int m_callbackDepth = 0; ///< how many of the downloader's callbacks are on the stack
+    int m_callbackDepth = 0;      ///< how many of the downloader's callbacks are on the stack
     std::unique_ptr<CHttpDownload> m_retiredDownloader; ///< one that was deleted inside its own callback
 };
 
