@@ -1,7 +1,7 @@
 // Running programs.
 #pragma once
 
-#include "Platform/Carbon/FSRef.h"
+#include "Platform/Support/Types.h"
 
 /// A process: its id on this system in the low part; {0, 0} is none.
 struct ProcessSerialNumber {
@@ -9,7 +9,9 @@ struct ProcessSerialNumber {
     UInt32 lowLongOfPSN = 0;
 };
 
+/// The calling process. paramErr for a null pointer.
 OSStatus GetCurrentProcess(ProcessSerialNumber* process);
-/// Brings the process's windows to the front. Only the calling process is supported; where the desktop decides itself which
-/// window is in front, this asks for attention.
+/// Brings the process's windows to the front. Only the calling process is supported: procNotFound for another
+/// one, paramErr for a null pointer. Where the desktop decides itself which window is in front, this asks for
+/// attention.
 OSStatus SetFrontProcess(const ProcessSerialNumber* process);
