@@ -39,6 +39,8 @@ public:
     void retain() const { m_count.fetch_add(1, std::memory_order_relaxed); }
     /// Destroys the object, which must have been made by `new`, with its last reference.
     void release() const;
+    /// True when there is an owner besides the one that asks.
+    bool isShared() const { return m_count.load(std::memory_order_acquire) > 1; }
     /// True when both hold equal values. Called only with another object of the same type.
     virtual bool isEqual(const CFObject& other) const { return this == &other; }
 

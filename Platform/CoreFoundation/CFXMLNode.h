@@ -36,16 +36,19 @@ CFTreeRef CFTreeGetChildAtIndex(CFTreeRef tree, CFIndex index);
 /// Kept by the tree.
 CFXMLNodeRef CFXMLTreeGetNode(CFXMLTreeRef tree);
 CFXMLNodeTypeCode CFXMLNodeGetTypeCode(CFXMLNodeRef node);
-/// An element's name as written, a text's, comment's or CDATA section's text, a processing instruction's target. Never null; kept by the node.
+/// An element's name as written; a text's, comment's or CDATA section's text; a processing instruction's
+/// target; the name that a document type gives. Never null; kept by the node.
 CFStringRef CFXMLNodeGetString(CFXMLNodeRef node);
 /// For an element a CFXMLElementInfo, kept by the node; null for every other node.
 const void* CFXMLNodeGetInfoPtr(CFXMLNodeRef node);
 
-/// Parses a document (XML 1.0; UTF-8, UTF-16, ISO-8859-1, US-ASCII, windows-1252). The result's top-level children are the
-/// document's own: comments, processing instructions, the document type and the root element. Adjacent pieces of text are one text node; with
-/// kCFXMLParserSkipWhitespace, which must be given, text of white space only is left out. Predefined and numeric
-/// entities are resolved; a document that declares entities, refers to any other, is not well-formed, has more than
-/// 1,000,000 nodes or more than 100,000 levels gives null. `dataSource` must be null. The caller owns the tree; building
-/// and freeing it takes no stack in proportion to its depth.
+/// Parses a document (XML 1.0; UTF-8, UTF-16, ISO-8859-1, US-ASCII, windows-1252). The result's top-level
+/// children are the document's own: comments, processing instructions, the document type and the root
+/// element. Adjacent pieces of text are one text node; text of white space only is left out: `options` must
+/// be kCFXMLParserSkipWhitespace. Predefined and numeric entities are resolved. Null for `data` that is null,
+/// not well-formed, refers to any other entity, has a document type with declarations of its own (the
+/// external one that it may name is never fetched), or passes 64 MiB, 1,000,000 nodes and attributes
+/// together, or 100,000 levels. `dataSource` must be null. The caller owns the tree; building and freeing it
+/// takes no stack in proportion to its depth.
 CFXMLTreeRef CFXMLTreeCreateFromData(
     CFAllocatorRef allocator, CFDataRef data, CFURLRef dataSource, CFOptionFlags options, CFIndex version);
