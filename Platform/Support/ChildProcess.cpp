@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <initializer_list>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -178,8 +179,10 @@ bool ChildProcess::reap(int flags)
     if (result == 0)
         return false;
     // Anything else but the child itself means that somebody else reaped it: its status is lost.
-    if (result == m_pid)
-        m_status = WIFEXITED(state) ? WEXITSTATUS(state) : kSignalStatusBase + WTERMSIG(state);
+    if (result == m_pid) {
+        m_endedBySignal = WIFSIGNALED(state);
+        m_status = m_endedBySignal ? kSignalStatusBase + WTERMSIG(state) : WEXITSTATUS(state);
+    }
     m_pid = 0;
     m_keptStatus.reset();
     return true;

@@ -40,6 +40,8 @@ public:
     /// The exit status (0 to 255), 128 plus the signal that ended the child, or kStatusUnknown while it runs
     /// and when somebody else in this process reaped it.
     int status() const { return m_status; }
+    /// Whether a signal ended the child.
+    bool endedBySignal() const { return m_endedBySignal; }
 
 private:
     class KeptStatus;
@@ -48,5 +50,6 @@ private:
 
     int m_pid = 0; ///< 0: none, or reaped already
     int m_status = kStatusUnknown;
+    bool m_endedBySignal = false;
     std::unique_ptr<KeptStatus> m_keptStatus;
 };
