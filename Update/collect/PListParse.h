@@ -1,5 +1,5 @@
-// One installed product as its bundle's property list describes it: the base of the host's record and of any other
-// bundle's record.
+// One installed product as its bundle's property list describes it: the base of the host's record and of any
+// other bundle's record.
 #pragma once
 
 #include "Platform/CoreFoundation/CFBundle.h"
@@ -22,14 +22,16 @@ public:
     virtual int Parse();
     /// Makes the descriptor's file name from name, version and language.
     virtual void Validate();
-    /// The descriptor download's time-out, in milliseconds; 0 and negative values are given as the property list has them.
+    /// The descriptor download's time-out, in milliseconds; 0 and negative values are given as the property
+    /// list has them.
     virtual int getSerTimeout();
     virtual ~CPListParse();
     CPListParse(const CPListParse&) = delete;
     CPListParse& operator=(const CPListParse&) = delete;
 
-    /// Replaces the block of opaque bytes that the owner attached by a copy of `size` bytes at `data`. 0 when it could not be
-    /// allocated or `data` is null (then a block of `size` undefined bytes is kept), otherwise 1.
+    /// Replaces the block of opaque bytes that the owner attached by a copy of `size` bytes at `data`. 0 when
+    /// it could not be allocated or `data` is null (then a block of `size` undefined bytes is kept),
+    /// otherwise 1.
     int SetUserData(const void* data, int size);
     /// The block, or null; owned by the record.
     void* userData() const { return m_userData; }
@@ -44,6 +46,9 @@ public:
     const WideText& runMode() const { return m_runMode; }
     const WideText& productName() const { return m_productName; }
     SInt32 kind() const { return m_kind; }
+    /// The record's place in the order of collection, counted from 0; set by the collection that holds it.
+    SInt32 collectionIndex() const { return m_collectionIndex; }
+    void setCollectionIndex(SInt32 index) { m_collectionIndex = index; }
     /// True when the record's name is the host product's, ignoring case.
     bool isHostProduct() const;
     /// The base of every download of this product: site and url joined, cut at 1023 units.
@@ -62,5 +67,6 @@ protected:
     SInt32 m_kind = kBaseKind;
     WideText m_runMode;
     WideText m_productName;
+    SInt32 m_collectionIndex = 0;
     SInt32 m_serverTimeoutMs = kDefaultServerTimeoutMs;
 };
