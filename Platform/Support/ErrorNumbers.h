@@ -23,6 +23,7 @@ enum : OSStatus {
     errFSNameTooLong = -1410,
     errFSNoMoreItems = -1417,
     errFSBadFSRef = -1401,
+    noSuchIconErr = -2580,
     coreFoundationUnknownErr = -4960,
     afpAccessDenied = -5000,
     eventLoopTimedOutErr = -9875,
