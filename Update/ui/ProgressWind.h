@@ -6,8 +6,8 @@
 
 class PProgressWind : public PLumenWind {
 public:
-    /// Shows the window anew, with the download layout when `downloading` is not 0, else with the install layout; forgets an
-    /// earlier cancel. 1 when it was shown.
+    /// Shows the window anew, with the download layout when `downloading` is not 0, else with the install
+    /// layout; forgets an earlier cancel. 1 when it was shown.
     int ShowWnd(const PubLumen::LumFileManager* files, int downloading);
     /// Shows `percent`, held at most at 100, in line and bar; nothing without a window.
     void SetProgressPercent(SInt32 percent);
@@ -19,6 +19,8 @@ public:
         const void* control, SInt32 message, const void* parameter, const void* userData);
 
 private:
+    void showLine(SInt32 percent);
+
     SInt32 m_cancelled = 0;
     WideText m_lineTemplate;
 };
