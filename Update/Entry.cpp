@@ -6,6 +6,7 @@
 #include "Platform/CoreFoundation/CFRef.h"
 #include "Update/descriptor/XMLInterpret.h"
 #include "Update/helper/AssistantTool.h"
+#include "Update/ui/PluginResources.h"
 
 namespace {
 
@@ -63,6 +64,11 @@ bool CUpdateInter::attach(IMsgPluginContainer* container)
         auto files = std::make_unique<PubLumen::LumFileManager>();
         if (!files->OpenFolder(folder))
             return false;
+        // The windows' layouts lie in the plug-in's own bundle.
+        const CFRef layouts = pluginResourcesFolder();
+        FSSpec layoutFolder;
+        if (layouts && CFURLGetFSRef(layouts, &layoutFolder))
+            (void)files->AddFolder(layoutFolder); // a window without its layout shows without content
         m_fileManager = std::move(files);
     }
     SetContainer(container);

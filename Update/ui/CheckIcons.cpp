@@ -1,21 +1,12 @@
 #include "Update/ui/CheckIcons.h"
 
-#include "Platform/CoreFoundation/CFBundle.h"
-#include "Platform/CoreFoundation/CFRef.h"
 #include "Platform/Support/ErrorNumbers.h"
+#include "Update/ui/PluginResources.h"
 
 namespace {
 
-constexpr std::u16string_view kPluginIdentifier = u"com.Velmora.Update";
 constexpr OSType kIconCreator = 0x564C5455; // 'VLTU'
 constexpr OSType kIconType = 0x63686B62;    // 'chkb'
-
-CFRef<CFURLRef> resourcesFolder()
-{
-    const CFRef identifier = adoptCF(CFStringCreateWithView(kPluginIdentifier));
-    const CFBundleRef bundle = CFBundleGetBundleWithIdentifier(identifier);
-    return bundle ? adoptCF(CFBundleCopyResourcesDirectoryURL(bundle)) : nullptr;
-}
 
 } // namespace
 
@@ -36,7 +27,7 @@ IconRef st_CreateIconRef(CFURLRef resourcesFolder, CFStringRef name)
 
 std::vector<IconRef> loadCheckIcons()
 {
-    const CFRef folder = resourcesFolder();
+    const CFRef folder = pluginResourcesFolder();
     std::vector<IconRef> icons {nullptr};
     for (const std::u16string_view name : {u"Check.icns", u"UnCheck.icns", u"DisCheck.icns"}) {
         const CFRef fileName = adoptCF(CFStringCreateWithView(name));
