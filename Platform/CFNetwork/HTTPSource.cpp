@@ -1,0 +1,136 @@
+// One HTTP transfer as a stream's body.
+#include "Platform/CFNetwork/HTTPSource.h"
+
+#include <utility>
+
+namespace {
+
+/// What libcurl reads from the socket at once: with a smaller buffer large bodies come slower than with curl
+/// itself.
+constexpr curl_off_t kSocketBufferBytes = 256 * 1024;
+/// A reader that is this far behind stops the transfer ...
+constexpr std::size_t kPauseAtBytes = 512 * 1024;
+/// ... until it has caught up this far.
+constexpr std::size_t kResumeBelowBytes = 256 * 1024;
+/// All header fields that answer one request, interim answers (RFC 9110, 15.2) included.
+constexpr std::size_t kMaxHeaderBytes = 64 * 1024;
+constexpr SInt32 kMaxRedirects = 20;
+constexpr int kDriveMilliseconds = 1;
+
+/// The first digit of a status line's code, 0 when `line` is not a status line.
+int statusClass(std::string_view line)
+{
+    const std::size_t blank = line.find(' ');
+    if (line.substr(0, 5) != "HTTP/" || blank == std::string_view::npos || blank + 1 >= line.size())
+        return 0;
+    const char digit = line[blank + 1];
+    return digit >= '0' && digit <= '9' ? digit - '0' : 0;
+}
+
+} // namespace
+
+HTTPSource::HTTPSource(std::string url, bool followsRedirects)
+    : m_url(std::move(url))
+    , m_followsRedirects(followsRedirects)
+{
+}
+
+HTTPSource::~HTTPSource()
+{
+    if (m_easy)
+        CurlMulti::instance().remove(m_easy.get());
+}
+
+bool HTTPSource::open(std::function<void()> onChange)
+{
+    m_onChange = std::move(onChange);
+    m_easy.reset(curl_easy_init());
+    if (m_easy && configure() && CurlMulti::instance().add(m_easy.get(), *this))
+        return true;
+    m_easy.reset();
+    m_state = BodyState::failed;
+    return false;
+}
+
+bool HTTPSource::configure()
+{
+    CURL* const easy = m_easy.get();
+    const auto set
+        = [easy](CURLoption option, auto value) { return curl_easy_setopt(easy, option, value) == CURLE_OK; };
+    return set(CURLOPT_URL, m_url.c_str()) && set(CURLOPT_PROTOCOLS_STR, "http,https")
+        && set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https") && set(CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_1_1)
+        && set(CURLOPT_FOLLOWLOCATION, m_followsRedirects ? 1L : 0L)
+        && set(CURLOPT_MAXREDIRS, kMaxRedirects + 0L) && set(CURLOPT_BUFFERSIZE, kSocketBufferBytes + 0L)
+        && set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L)
+        && set(CURLOPT_HEADERFUNCTION, &HTTPSource::headerCallback) && set(CURLOPT_HEADERDATA, this)
+        && set(CURLOPT_WRITEFUNCTION, &HTTPSource::bodyCallback) && set(CURLOPT_WRITEDATA, this);
+}
+
+void HTTPSource::drive()
+{
+    if (m_easy)
+        CurlMulti::instance().drive(kDriveMilliseconds);
+}
+
+SInt32 HTTPSource::read(UInt8* buffer, SInt32 length)
+{
+    const std::size_t count = m_buffer.take(buffer, static_cast<std::size_t>(length));
+    if (m_easy && m_paused && m_buffer.size() < kResumeBelowBytes) {
+        m_paused = false;
+        const CURLcode result = curl_easy_pause(m_easy.get(), CURLPAUSE_CONT);
+        if (result != CURLE_OK) {
+            CurlMulti::instance().remove(m_easy.get());
+            transferDone(result);
+        }
+    }
+    return static_cast<SInt32>(count);
+}
+
+SInt32 HTTPSource::responseStatus() const
+{
+    if (!m_easy)
+        return m_finalStatus;
+    SInt64 status = 0; // libcurl's long
+    if (curl_easy_getinfo(m_easy.get(), CURLINFO_RESPONSE_CODE, &status) != CURLE_OK)
+        return 0;
+    return static_cast<SInt32>(status);
+}
+
+void HTTPSource::transferDone(CURLcode result)
+{
+    m_finalStatus = responseStatus();
+    m_state = result == CURLE_OK ? BodyState::ended : BodyState::failed;
+    m_easy.reset();
+    m_onChange();
+}
+
+bool HTTPSource::acceptHeader(std::string_view line)
+{
+    const int kind = statusClass(line);
+    if (kind != 0 && m_sawFinalAnswer) { // a redirect was followed: another answer begins
+        m_headerBytes = 0;
+        m_sawFinalAnswer = false;
+    }
+    if (kind >= 2)
+        m_sawFinalAnswer = true;
+    m_headerBytes += line.size();
+    return m_headerBytes <= kMaxHeaderBytes;
+}
+
+std::size_t HTTPSource::headerCallback(char* bytes, std::size_t size, std::size_t count, void* self)
+{
+    HTTPSource& source = *static_cast<HTTPSource*>(self);
+    return source.acceptHeader(std::string_view(bytes, size * count)) ? size * count : 0;
+}
+
+std::size_t HTTPSource::bodyCallback(char* bytes, std::size_t size, std::size_t count, void* self)
+{
+    HTTPSource& source = *static_cast<HTTPSource*>(self);
+    if (source.m_buffer.size() >= kPauseAtBytes) {
+        source.m_paused = true;
+        return CURL_WRITEFUNC_PAUSE;
+    }
+    source.m_buffer.append(bytes, size * count);
+    source.m_onChange();
+    return size * count;
+}
