@@ -37,7 +37,7 @@ bool storeBody(SInt16 file, const CHttpDownload& downloader)
 
 OpacLumFSRef* CreateXMLFileRef(const UniChar* fileName)
 {
-    if (!fileName || !*fileName || std::u16string_view(fileName).find(u'/') != std::u16string_view::npos)
+    if (!fileName || std::u16string_view(fileName).find(u'/') != std::u16string_view::npos)
         return nullptr;
     const CLumStringW folder = createFixedFolder(nullptr, kDescriptorFolder);
     WideText path;

@@ -11,7 +11,7 @@
 std::vector<CLumStringW>& fetchedDescriptorURLs();
 
 /// The place of a descriptor in the descriptor folder. The caller releases it with Lum0FSRRelease. Null when
-/// `fileName` is null, empty or holds a
+/// `fileName` is null or holds a
 /// "/" (a product's name is data), when the folder cannot be made, and when the path is too long.
 OpacLumFSRef* CreateXMLFileRef(const UniChar* fileName);
 

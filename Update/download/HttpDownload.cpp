@@ -15,13 +15,14 @@ constexpr CFStreamEventType kStreamEvents = kCFStreamEventOpenCompleted | kCFStr
 
 } // namespace
 
-EventLoopTimerUPP CHttpDownload::_st_networkTimeoutTimerUPP = nullptr;
+constinit std::unique_ptr<OpaqueEventLoopTimerUPP, CHttpDownload::UPPDisposer>
+    CHttpDownload::_st_networkTimeoutTimerUPP;
 
 CHttpDownload::CHttpDownload(SInt32 timeoutMs, SInt32 initialBufferSize)
     : m_timeoutMs(timeoutMs)
 {
     if (!_st_networkTimeoutTimerUPP)
-        _st_networkTimeoutTimerUPP = NewEventLoopTimerUPP(&CHttpDownload::UpNetworkTimeoutTimerProc);
+        _st_networkTimeoutTimerUPP.reset(NewEventLoopTimerUPP(&CHttpDownload::UpNetworkTimeoutTimerProc));
     if (initialBufferSize <= 0)
         return;
     m_buffer.reset(static_cast<UInt8*>(std::malloc(static_cast<std::size_t>(initialBufferSize))));
@@ -126,7 +127,7 @@ void CHttpDownload::startTimer(int synchronous)
         return;
     // Without a timer the download runs all the same, only without a time-out.
     (void)InstallEventLoopTimer(
-        GetCurrentEventLoop(), m_timeoutMs * 0.001, 0, _st_networkTimeoutTimerUPP, this, &m_timer);
+        GetCurrentEventLoop(), m_timeoutMs * 0.001, 0, _st_networkTimeoutTimerUPP.get(), this, &m_timer);
 }
 
 void CHttpDownload::removeTimer()

@@ -89,5 +89,9 @@ private:
     void* m_callbackUserData = nullptr;
     SInt16 m_file = 0; ///< the target; 0 for memory, -1 when it could not be created
 
-    static EventLoopTimerUPP _st_networkTimeoutTimerUPP; ///< made by the first constructor call
+    struct UPPDisposer {
+        void operator()(OpaqueEventLoopTimerUPP* upp) const { DisposeEventLoopTimerUPP(upp); }
+    };
+    /// Made by the first constructor call; stays as long as the module that holds this code.
+    static std::unique_ptr<OpaqueEventLoopTimerUPP, UPPDisposer> _st_networkTimeoutTimerUPP;
 };
