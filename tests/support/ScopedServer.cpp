@@ -19,7 +19,8 @@ namespace {
 constexpr std::size_t kMaxRequestBytes = 65536;
 constexpr std::chrono::seconds kPatience {10};
 
-/// Waits up to `time` (negative: without limit) for the client to end the connection; what it sends meanwhile is dropped.
+/// Waits up to `time` (negative: without limit) for the client to end the connection; what it sends meanwhile
+/// is dropped.
 bool clientLeaves(int fd, std::chrono::milliseconds time)
 {
     const auto end = std::chrono::steady_clock::now() + time;
@@ -39,15 +40,22 @@ bool clientLeaves(int fd, std::chrono::milliseconds time)
     }
 }
 
-bool sendAll(int fd, std::string_view bytes)
+/// A connection on which a script runs.
+struct Peer {
+    int fd;
+    std::atomic<std::size_t>& sent;
+};
+
+bool sendAll(const Peer& peer, std::string_view bytes)
 {
     while (!bytes.empty()) {
-        const ssize_t sent = ::send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        const ssize_t sent = ::send(peer.fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
         if (sent < 0 && errno == EINTR)
             continue;
         if (sent <= 0)
             return false;
         bytes.remove_prefix(static_cast<std::size_t>(sent));
+        peer.sent += static_cast<std::size_t>(sent);
     }
     return true;
 }
@@ -55,36 +63,38 @@ bool sendAll(int fd, std::string_view bytes)
 /// How a script left its connection.
 enum class After { keep, ended, clientGone };
 
-After sendPieces(int fd, const ServerScript::Step& step)
+After sendPieces(const Peer& peer, const ServerScript::Step& step)
 {
     std::string_view rest = step.bytes;
     const std::size_t piece = step.pieceBytes == 0 ? std::max<std::size_t>(rest.size(), 1) : step.pieceBytes;
     while (!rest.empty()) {
-        if (!sendAll(fd, rest.substr(0, piece)))
+        if (!sendAll(peer, rest.substr(0, piece)))
             return After::clientGone;
         rest.remove_prefix(std::min(piece, rest.size()));
-        if (!rest.empty() && step.pause.count() > 0 && clientLeaves(fd, step.pause))
+        if (!rest.empty() && step.pause.count() > 0 && clientLeaves(peer.fd, step.pause))
             return After::clientGone;
     }
     return After::keep;
 }
 
-After runStep(int fd, const ServerScript::Step& step)
+After runStep(const Peer& peer, const ServerScript::Step& step)
 {
     switch (step.kind) {
     case ServerScript::Kind::send:
-        return sendPieces(fd, step);
+        return sendPieces(peer, step);
     case ServerScript::Kind::repeat:
         for (std::size_t i = 0; i < step.times; ++i)
-            if (!sendAll(fd, step.bytes))
+            if (!sendAll(peer, step.bytes))
                 return After::clientGone;
         return After::keep;
     case ServerScript::Kind::stall:
-        (void)clientLeaves(fd, std::chrono::milliseconds(-1)); // without a limit it returns only when it left
+        (void)clientLeaves(
+            peer.fd, std::chrono::milliseconds(-1)); // without a limit it returns only when it left
         return After::clientGone;
     case ServerScript::Kind::reset: {
         const linger atOnce {1, 0};
-        (void)::setsockopt(fd, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce); // then closing sends a reset
+        (void)::setsockopt(
+            peer.fd, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce); // then closing sends a reset
         return After::ended;
     }
     case ServerScript::Kind::close:
@@ -93,10 +103,10 @@ After runStep(int fd, const ServerScript::Step& step)
     std::abort();
 }
 
-After run(int fd, const ServerScript& script)
+After run(const Peer& peer, const ServerScript& script)
 {
     for (const ServerScript::Step& step : script.steps()) {
-        const After after = runStep(fd, step);
+        const After after = runStep(peer, step);
         if (after != After::keep)
             return after;
     }
@@ -254,7 +264,8 @@ void ScopedServer::acceptConnections()
         if (!client)
             continue;
         const int yes = 1;
-        (void)::setsockopt(client.get(), IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes); // pieces go as they come
+        (void)::setsockopt(
+            client.get(), IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes); // pieces go as they come
         m_openSockets.insert(client.get());
         const int number = ++m_connections;
         m_workers.emplace_back([this, fd = client.release(), number] { serve(fd, number); });
@@ -271,7 +282,7 @@ void ScopedServer::serve(int fd, int number)
             after = After::clientGone;
             break;
         }
-        after = run(fd, scriptFor(parseHead(*head, number)));
+        after = run({fd, m_bytesSent}, scriptFor(parseHead(*head, number)));
     }
     const Descriptor ended(fd);
     const std::lock_guard lock(m_mutex);

@@ -4,8 +4,10 @@
 #include "Platform/Support/Descriptor.h"
 #include "tests/support/ServerScript.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <mutex>
@@ -18,14 +20,14 @@
 /// What a client asked.
 struct ServerRequest {
     std::string method;
-    std::string target; ///< as in the request line: a path, or a whole URL for a proxy
+    std::string target;  ///< as in the request line: a path, or a whole URL for a proxy
     std::string version; ///< "HTTP/1.1"
     std::map<std::string, std::string> headers; ///< names in lower case
-    int connection = 0; ///< the connections are counted from 1
+    int connection = 0;                         ///< the connections are counted from 1
 };
 
-/// Serves until it goes. Its destructor fails the running test when a path was asked for that has no script, or another number
-/// of times than expected.
+/// Serves until it goes. Its destructor fails the running test when a path was asked for that has no script,
+/// or another number of times than expected.
 class ScopedServer {
 public:
     ScopedServer();
@@ -49,7 +51,10 @@ public:
     int countOf(std::string_view target) const;
     /// How many connections were accepted so far.
     int connections() const;
-    /// Waits until so many connections were ended by their client. False when that did not happen within 10 seconds.
+    /// How many bytes were handed to the system for sending so far, by all connections.
+    std::size_t bytesSent() const { return m_bytesSent; }
+    /// Waits until so many connections were ended by their client. False when that did not happen within 10
+    /// seconds.
     bool waitForClientsGone(int count);
     /// Waits until so many requests came. False when that did not happen within 10 seconds.
     bool waitForRequests(int count);
@@ -61,6 +66,7 @@ private:
 
     Descriptor m_listener;
     std::uint16_t m_port = 0;
+    std::atomic<std::size_t> m_bytesSent {0};
     mutable std::mutex m_mutex; ///< guards everything below
     std::condition_variable m_changed;
     bool m_stopping = false;

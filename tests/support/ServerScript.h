@@ -14,7 +14,7 @@ public:
     struct Step {
         Kind kind;
         std::string bytes;
-        std::size_t pieceBytes = 0; ///< 0: everything at once
+        std::size_t pieceBytes = 0;         ///< 0: everything at once
         std::chrono::milliseconds pause {}; ///< between pieces
         std::size_t times = 1;
     };
