@@ -8,14 +8,16 @@
 
 class CCollect {
 public:
-    /// Appends the host's record, then the registered products; returns how many records are held now. The argument is not used.
+    /// Appends the host's record, then the registered products, and returns how many records are held now.
+    /// The argument is not used.
     int DoCollect(int);
     void CollectCUSelf();
     void CollectProds();
     /// Shared libraries are no products of their own: nothing is collected.
     void CollectCommonDLL();
 
-    /// Starts a walk at record `index`: returns it and moves on, or returns null when there is no such record.
+    /// Starts a walk at record `index`: returns it and moves on, or returns null when there is no such
+    /// record.
     CPListParse* GetIni(int index);
     /// The walk's next record, or null.
     CPListParse* NextIni();

@@ -6,6 +6,8 @@
 #include "Platform/CoreFoundation/CFRef.h"
 #include "Platform/Support/UniText.h"
 
+#include <functional>
+
 /// The name of the host product, whatever its bundle is called.
 inline constexpr std::u16string_view kHostProductName = u"Velmora Tandem";
 /// Where descriptors are looked for when a property list has no "site" and no "url".
@@ -55,7 +57,15 @@ public:
     WideText downloadBase() const;
 
 protected:
+    /// Gives the value for a key of a property list, or null.
+    using InfoValues = std::function<CFTypeRef(std::u16string_view key)>;
+
     explicit CPListParse(Kind kind);
+    /// Reads the keys that every bundle's record has: version, language, site, url and time-out. A value of
+    /// another kind than its key asks for counts as absent; a text that is too long is cut.
+    void readSharedKeys(const InfoValues& valueFor);
+    /// The text of `value`, or `fallback` when it is null or no text; valid as long as both.
+    static std::u16string_view textOr(CFTypeRef value, std::u16string_view fallback);
 
     void* m_userData = nullptr; ///< from malloc
     CFRef<CFURLRef> m_bundleURL;
