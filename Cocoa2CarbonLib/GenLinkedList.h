@@ -36,5 +36,6 @@ void InsertList(GenLinkedList* list, GenLinkedList* from);
 void DestroyList(GenLinkedList* list);
 
 void InitIterator(const GenLinkedList* list, GenIterator* iterator);
-/// The next item's data, or null after the last one. The item that was given may be changed but not removed meanwhile.
+/// The next item's data, or null after the last one. The item that was given may be changed but not removed
+/// meanwhile.
 void* Next(GenIterator* iterator);

@@ -29,11 +29,11 @@ private:
 /// One document, read for its texts.
 class LumDocument {
 public:
-    /// Opens `name` in the manager's folder. False when it does not exist, is no well-formed form, or has
-    /// more than 1 MiB.
+    /// Opens `name` in the manager's folder. False, and the document is empty, when it does not exist, is no
+    /// well-formed form, or has more than 1 MiB.
     bool Open(const LumFileManager& files, std::u16string_view name);
-    /// Copies the text of the item `id` (the "text" property of the widget whose object name is "text" and
-    /// the id, such as "text618"); cleared when there is no such item.
+    /// Copies the text of the item `id`: the "text" property of the widget whose object name is "text" and
+    /// the id, such as "text618". Cleared when there is no such item.
     void CopyItemText(SInt32 id, WideText& text) const;
 
 private:
