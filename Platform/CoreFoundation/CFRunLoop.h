@@ -1,4 +1,5 @@
-// The run loop of the main thread: the application's event loop behind the names that streams and ports are given.
+// The run loop of the main thread: the application's event loop behind the names that streams and ports are
+// given.
 #pragma once
 
 #include "Platform/CoreFoundation/CFString.h"
@@ -12,6 +13,7 @@ inline constexpr CFRunLoopMode kCFRunLoopCommonModes = CFRunLoopMode::commonMode
 
 /// The run loop of the calling thread, which must be the main thread. Kept by the layer.
 CFRunLoopRef CFRunLoopGetCurrent();
-/// Processes events until `seconds` have passed or, with `returnAfterOne`, one event source was handled. Works while the application is quitting
-/// and nested in a handler. Returns true when anything was processed. 0 seconds: what is ready now.
+/// Processes events until `seconds` have passed or, with `returnAfterOne`, one event source was handled.
+/// Works while the application is quitting and nested in a handler. Returns true when anything was processed.
+/// 0 seconds: what is ready now.
 bool CFRunLoopRunInMode(CFRunLoopMode mode, double seconds, bool returnAfterOne);

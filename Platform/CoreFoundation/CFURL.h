@@ -10,12 +10,12 @@ enum CFURLPathStyle : SInt32 { kCFURLPOSIXPathStyle = 0 };
 
 CFTypeID CFURLGetTypeID();
 
-/// `text` as a URL; it must be percent-escaped already. Null when it is empty or holds a character that may not stand in a
-/// URL (a blank, a control character, one of <>"{}|\^`, one outside ASCII) or a percent sign that no two hexadecimal digits
-/// follow. `base` must be null.
+/// `text` as a URL; it must be percent-escaped already. Null when it is empty or holds a character that may
+/// not stand in a URL (a blank, a control character, one of <>"{}|\^`, one outside ASCII) or a percent sign
+/// that no two hexadecimal digits follow. `base` must be null.
 CFURLRef CFURLCreateWithString(CFAllocatorRef allocator, CFStringRef text, CFURLRef base);
-/// The file URL of a POSIX path; a folder's ends in "/". A relative path is taken from the working directory. Null for a path
-/// that is empty or holds a zero unit or a lone surrogate.
+/// The file URL of a POSIX path; a folder's ends in "/". A relative path is taken from the working directory.
+/// Null for a path that is empty or holds a zero unit or a lone surrogate.
 CFURLRef CFURLCreateWithFileSystemPath(
     CFAllocatorRef allocator, CFStringRef path, CFURLPathStyle style, Boolean isDirectory);
 /// The same for `length` bytes, which need not be UTF-8: the URL names the same bytes.
@@ -28,28 +28,29 @@ bool CFURLGetFSRef(CFURLRef url, FSRef* ref);
 
 /// The URL's own text, percent-escaped; valid as long as the URL.
 CFStringRef CFURLGetString(CFURLRef url);
-/// The POSIX path of a file URL without a trailing "/", with its escapes resolved; null when it is no file URL of this
-/// machine (no host, or "localhost"), holds a zero byte or is no UTF-8.
+/// The POSIX path of a file URL without a trailing "/", with its escapes resolved; null when it is no file
+/// URL of this machine (no host, or "localhost"), holds a zero byte or is no UTF-8.
 CFStringRef CFURLCopyFileSystemPath(CFURLRef url, CFURLPathStyle style);
-/// Writes the POSIX path (UTF-8, zero-terminated) to `buffer` of `size` bytes. False when it is no file URL or the path does
-/// not fit. Paths are absolute here, so `resolveAgainstBase` changes nothing.
+/// Writes the POSIX path (UTF-8, zero-terminated) to `buffer` of `size` bytes. False when it is no file URL
+/// or the path does not fit. Paths are absolute here, so `resolveAgainstBase` changes nothing.
 bool CFURLGetFileSystemRepresentation(CFURLRef url, Boolean resolveAgainstBase, UInt8* buffer, CFIndex size);
 /// The file URL without its last path component ("/a/b" gives "/a/", "/" stays). Null when it is no file URL.
 CFURLRef CFURLCreateCopyDeletingLastPathComponent(CFAllocatorRef allocator, CFURLRef url);
-/// The file URL with one more path component, or several with "/" between them; an empty component gives the folder itself.
-/// Null when it is no file URL or the component does not convert to UTF-8.
+/// The file URL with one more path component, or several with "/" between them; an empty component gives the
+/// folder itself. Null when it is no file URL or the component does not convert to UTF-8.
 CFURLRef CFURLCreateCopyAppendingPathComponent(
     CFAllocatorRef allocator, CFURLRef url, CFStringRef component, Boolean isDirectory);
 
-/// `text` with its percent escapes resolved as UTF-8. `leaveEscaped` must be the empty string: every escape is resolved, also
-/// that of a reserved character. Null when a percent sign is not followed by two hexadecimal digits ("100%"), when the bytes
-/// are not valid UTF-8, or when a surrogate stands alone.
+/// `text` with its percent escapes resolved as UTF-8. `leaveEscaped` must be the empty string: every escape
+/// is resolved, also that of a reserved character. Null when a percent sign is not followed by two
+/// hexadecimal digits ("100%"), when the bytes are not valid UTF-8, or when a surrogate stands alone.
 CFStringRef CFURLCreateStringByReplacingPercentEscapes(
     CFAllocatorRef allocator, CFStringRef text, CFStringRef leaveEscaped);
-/// `text` with every character escaped, as UTF-8, that may not stand in a URL: all but the reserved (:/?#[]@!$&'()*+,;=) and
-/// the unreserved ones of RFC 3986. "%" is always escaped, so that what the function above resolved comes back: "%2541"
-/// gives "%41" and "%2541" again. Reserved characters stay as they are, so an escape of one is lost on that way: "%3F" and
-/// "%23" become "?" and "#", which begin a query and a fragment. Null when a surrogate stands alone. `leaveUnescaped` and
-/// `escapeToo` must be null, `encoding` UTF-8.
+/// `text` with every character escaped, as UTF-8, that may not stand in a URL: all but the reserved
+/// (:/?#[]@!$&'()*+,;=) and the unreserved ones of RFC 3986. "%" is always escaped, so that what the function
+/// above resolved comes back: "%2541" gives "%41" and "%2541" again. Reserved characters stay as they are, so
+/// an escape of one is lost on that way: "%3F" and
+/// "%23" become "?" and "#", which begin a query and a fragment. Null when a surrogate stands alone.
+/// `leaveUnescaped` and `escapeToo` must be null, `encoding` UTF-8.
 CFStringRef CFURLCreateStringByAddingPercentEscapes(CFAllocatorRef allocator, CFStringRef text,
     CFStringRef leaveUnescaped, CFStringRef escapeToo, CFStringEncoding encoding);
