@@ -1,0 +1,539 @@
+// The downloader: starting, receiving, ending, and what its callback is told; every rule in both modes where
+// it holds in both.
+#include "Platform/CoreFoundation/CFRunLoop.h"
+#include "Platform/Support/Unicode.h"
+#include "tests/Update/download/DownloadLog.h"
+#include "tests/support/ScopedServer.h"
+#include "tests/support/TempDir.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <sys/stat.h>
+
+using ::testing::ElementsAre;
+using ::testing::Gt;
+using ::testing::IsEmpty;
+
+namespace {
+
+constexpr SInt32 kTimeoutMs = 20000;
+
+enum class Mode { synchronous, asynchronous };
+
+/// Runs one download to its end and returns whether it ended with code 0.
+bool download(CHttpDownload& downloader, DownloadLog& log, Mode mode, const std::u16string& url,
+    const UniChar* filePath = nullptr)
+{
+    if (mode == Mode::synchronous)
+        return downloader.Download(url.c_str(), 1, filePath) == 1;
+    EXPECT_EQ(downloader.Download(url.c_str(), 0, filePath), 1);
+    EXPECT_TRUE(log.waitForEnd());
+    return downloader.status() == 0;
+}
+
+std::string longBody(std::size_t size)
+{
+    std::string text(size, '\0');
+    for (std::size_t i = 0; i < size; ++i)
+        text[i] = static_cast<char>(i * 7 + i / 256);
+    return text;
+}
+
+class CHttpDownloadTest : public ::testing::TestWithParam<Mode> { };
+
+} // namespace
+
+INSTANTIATE_TEST_SUITE_P(Modes, CHttpDownloadTest, ::testing::Values(Mode::synchronous, Mode::asynchronous),
+    [](const auto& mode) { return mode.param == Mode::synchronous ? "Synchronous" : "Asynchronous"; });
+
+TEST_P(CHttpDownloadTest, CompleteBodyEndsWithCode0AfterItsChunks)
+{
+    ScopedServer server;
+    server.on("/a", answer::ok("hello"));
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    EXPECT_TRUE(download(downloader, log, GetParam(), server.wideUrl("/a")));
+    EXPECT_THAT(log.calls(), ElementsAre(DownloadCall {2, 5}, DownloadCall {0, 0}));
+    EXPECT_EQ(receivedBytes(downloader), "hello");
+    EXPECT_EQ(downloader.status(), 0);
+}
+
+TEST_P(CHttpDownloadTest, ChunksHold1To16384Bytes)
+{
+    const std::string body = longBody(1'000'000);
+    ScopedServer server;
+    server.on("/a", answer::ok(body));
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    EXPECT_TRUE(download(downloader, log, GetParam(), server.wideUrl("/a")));
+    int largest = 0;
+    for (const auto& [event, value] : log.calls()) {
+        if (event != 2)
+            continue;
+        EXPECT_GE(value, 1);
+        largest = std::max(largest, value);
+    }
+    EXPECT_EQ(largest, 16384);
+    EXPECT_EQ(log.chunkBytes(), body.size());
+    EXPECT_TRUE(receivedBytes(downloader) == body);
+}
+
+TEST_P(CHttpDownloadTest, EmptyBodyEndsWithCode0WithoutAChunk)
+{
+    ScopedServer server;
+    server.on("/a", answer::ok(""));
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    EXPECT_TRUE(download(downloader, log, GetParam(), server.wideUrl("/a")));
+    EXPECT_THAT(log.calls(), ElementsAre(DownloadCall {0, 0}));
+    SInt32 size = 0;
+    EXPECT_EQ(downloader.GetData(size), nullptr);
+    EXPECT_EQ(size, -1);
+}
+
+TEST_P(CHttpDownloadTest, AnswerOtherThan200ReportsItsChunksAndThenCode4)
+{
+    for (const int status : {201, 204, 206, 304, 401, 404, 410, 500, 503}) {
+        const bool hasBody = status != 204 && status != 304;
+        ScopedServer server;
+        server.on(
+            "/a", hasBody ? answer::status(status, "sorry") : ServerScript().send(answer::head(status, {})));
+        CHttpDownload downloader(kTimeoutMs, 0);
+        DownloadLog log(downloader);
+        EXPECT_FALSE(download(downloader, log, GetParam(), server.wideUrl("/a"))) << status;
+        EXPECT_THAT(log.ends(), ElementsAre(DownloadCall {4, 0})) << status;
+        EXPECT_EQ(log.chunkBytes(), hasBody ? 5u : 0u) << status;
+        EXPECT_EQ(downloader.status(), 4) << status;
+    }
+}
+
+TEST_P(CHttpDownloadTest, FileURLHasNoAnswerAndEndsWithCode0)
+{
+    const ScopedTempDir folder;
+    const std::string body = longBody(100'000);
+    const std::string path = folder.write("a b.bin", body).string();
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    EXPECT_TRUE(download(downloader, log, GetParam(), wideFromUtf8("file://" + path)));
+    EXPECT_TRUE(receivedBytes(downloader) == body);
+    EXPECT_THAT(log.ends(), ElementsAre(DownloadCall {0, 0}));
+}
+
+TEST_P(CHttpDownloadTest, MissingFileCannotEvenStart)
+{
+    const ScopedTempDir folder;
+    const std::u16string url = wideFromUtf8("file://" + folder.at("none").string());
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    EXPECT_EQ(downloader.Download(url.c_str(), GetParam() == Mode::synchronous, nullptr), 0);
+    EXPECT_EQ(downloader.status(), 1);
+    EXPECT_THAT(log.calls(), IsEmpty());
+}
+
+TEST_P(CHttpDownloadTest, CallbackThatReturns0ForAChunkCancelsWithCode3)
+{
+    ScopedServer server;
+    server.on("/a", answer::ok(longBody(2'000'000)));
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    log.chunkResult = 0;
+    EXPECT_FALSE(download(downloader, log, GetParam(), server.wideUrl("/a")));
+    ASSERT_EQ(log.calls().size(), 2u);
+    EXPECT_EQ(log.calls()[0].first, 2);
+    EXPECT_EQ(log.calls()[1], (DownloadCall {3, 0}));
+    EXPECT_EQ(downloader.status(), 3);
+}
+
+TEST_P(CHttpDownloadTest, BodyThatEndsEarlyReportsItsChunksAndThenCodeMinus1)
+{
+    ScopedServer server;
+    server.on("/a", answer::announcing(100, "only this"));
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    EXPECT_FALSE(download(downloader, log, GetParam(), server.wideUrl("/a")));
+    EXPECT_THAT(log.calls(), ElementsAre(DownloadCall {2, 9}, DownloadCall {-1, 0}));
+    EXPECT_EQ(downloader.status(), -1);
+}
+
+TEST_P(CHttpDownloadTest, ConnectionResetEndsWithCodeMinus1)
+{
+    ScopedServer server;
+    server.on("/a", ServerScript().reset());
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    EXPECT_FALSE(download(downloader, log, GetParam(), server.wideUrl("/a")));
+    EXPECT_THAT(log.calls(), ElementsAre(DownloadCall {-1, 0}));
+}
+
+TEST_P(CHttpDownloadTest, ServerThatIsNotThereEndsWithCodeMinus1)
+{
+    std::optional<ScopedServer> server(std::in_place);
+    const std::u16string url = server->wideUrl("/a");
+    server.reset(); // nobody listens at its port any more
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    EXPECT_FALSE(download(downloader, log, GetParam(), url));
+    EXPECT_THAT(log.calls(), ElementsAre(DownloadCall {-1, 0}));
+}
+
+TEST_P(CHttpDownloadTest, FollowsRedirectsAndJudgesTheLastAnswer)
+{
+    for (const int status : {301, 302, 303, 307, 308}) {
+        ScopedServer server;
+        server.on("/a/from", answer::redirect(status, "to"));
+        server.on("/a/to", answer::ok("there"));
+        CHttpDownload downloader(kTimeoutMs, 0);
+        DownloadLog log(downloader);
+        EXPECT_TRUE(download(downloader, log, GetParam(), server.wideUrl("/a/from"))) << status;
+        EXPECT_EQ(receivedBytes(downloader), "there") << "the redirect's own body is not delivered";
+        EXPECT_THAT(log.calls(), ElementsAre(DownloadCall {2, 5}, DownloadCall {0, 0}));
+    }
+}
+
+TEST_P(CHttpDownloadTest, RedirectToAMissingPageEndsWithCode4)
+{
+    ScopedServer server;
+    server.on("/from", answer::redirect(302, "/to"));
+    server.on("/to", answer::status(404, "no"));
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    EXPECT_FALSE(download(downloader, log, GetParam(), server.wideUrl("/from")));
+    EXPECT_THAT(log.calls(), ElementsAre(DownloadCall {2, 2}, DownloadCall {4, 0}));
+}
+
+TEST_P(CHttpDownloadTest, RedirectToAnotherSchemeEndsWithCodeMinus1)
+{
+    const ScopedTempDir folder;
+    const std::string file = folder.write("secret", "local").string();
+    for (const char* target : {"ftp://127.0.0.1/x", "gopher://127.0.0.1/x"}) {
+        ScopedServer server;
+        server.on("/a", answer::redirect(302, target));
+        CHttpDownload downloader(kTimeoutMs, 0);
+        DownloadLog log(downloader);
+        EXPECT_FALSE(download(downloader, log, GetParam(), server.wideUrl("/a"))) << target;
+        EXPECT_THAT(log.calls(), ElementsAre(DownloadCall {-1, 0})) << target;
+    }
+    ScopedServer server;
+    server.on("/a", answer::redirect(302, "file://" + file));
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    EXPECT_FALSE(download(downloader, log, GetParam(), server.wideUrl("/a")));
+    EXPECT_THAT(log.calls(), ElementsAre(DownloadCall {-1, 0}));
+}
+
+TEST_P(CHttpDownloadTest, WritesChunksToTheTargetFileAndFreesTheBuffer)
+{
+    const std::string body = longBody(100'000);
+    const ScopedTempDir folder;
+    const std::u16string target = wideFromUtf8(folder.write("target", "older and to be emptied").string());
+    ScopedServer server;
+    server.on("/memory", answer::ok("in memory"));
+    server.on("/file", answer::ok(body));
+    CHttpDownload downloader(kTimeoutMs, 0);
+    {
+        DownloadLog log(downloader);
+        ASSERT_TRUE(download(downloader, log, GetParam(), server.wideUrl("/memory")));
+    }
+    DownloadLog log(downloader);
+    EXPECT_TRUE(download(downloader, log, GetParam(), server.wideUrl("/file"), target.c_str()));
+    EXPECT_TRUE(readWholeFile(folder.at("target")) == body);
+    EXPECT_EQ(log.chunkBytes(), body.size());
+    SInt32 size = 0;
+    EXPECT_EQ(downloader.GetData(size), nullptr);
+    EXPECT_EQ(size, 100'000) << "the received bytes are counted all the same";
+}
+
+TEST_P(CHttpDownloadTest, TargetThatCannotBeCreatedIsToldAndGives0)
+{
+    const ScopedTempDir folder;
+    const std::u16string target = wideFromUtf8(folder.at("no such folder/target").string());
+    ScopedServer server;
+    server.on("/a", ServerScript().stall());
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    EXPECT_EQ(
+        downloader.Download(server.wideUrl("/a").c_str(), GetParam() == Mode::synchronous, target.c_str()),
+        0);
+    EXPECT_THAT(log.calls(), ElementsAre(DownloadCall {-1, 0}));
+    EXPECT_EQ(downloader.status(), -1);
+}
+
+TEST_P(CHttpDownloadTest, TargetThatIsNoPathLeavesTheBodyInMemory)
+{
+    ScopedServer server;
+    server.on("/a", answer::ok("hello"));
+    const std::u16string tooLong(2000, u'x');
+    for (const std::u16string& target : {std::u16string(), tooLong}) {
+        CHttpDownload downloader(kTimeoutMs, 0);
+        DownloadLog log(downloader);
+        EXPECT_TRUE(download(downloader, log, GetParam(), server.wideUrl("/a"), target.c_str()));
+        EXPECT_EQ(receivedBytes(downloader), "hello");
+    }
+}
+
+TEST_P(CHttpDownloadTest, BytesStayUntilTheNextDownloadStarts)
+{
+    ScopedServer server;
+    server.on("/long", answer::ok("a long body"));
+    server.on("/short", answer::ok("short"));
+    CHttpDownload downloader(kTimeoutMs, 0);
+    {
+        DownloadLog log(downloader);
+        ASSERT_TRUE(download(downloader, log, GetParam(), server.wideUrl("/long")));
+    }
+    EXPECT_EQ(receivedBytes(downloader), "a long body");
+    SInt32 size = 0;
+    const UInt8* const buffer = downloader.GetData(size);
+    DownloadLog log(downloader);
+    ASSERT_TRUE(download(downloader, log, GetParam(), server.wideUrl("/short")));
+    EXPECT_EQ(receivedBytes(downloader), "short");
+    EXPECT_EQ(downloader.GetData(size), buffer) << "the buffer survives from one download to the next";
+}
+
+TEST_P(CHttpDownloadTest, BodiesComeInEveryFraming)
+{
+    ScopedServer server;
+    server.on("/chunked", answer::chunked({"hel", "lo"}));
+    server.on("/close", answer::untilClose("hello"));
+    server.on("/longer", answer::announcing(5, "hello and more"));
+    server.on("/interim",
+        ServerScript().send("HTTP/1.1 103 Early Hints\r\nLink: x\r\n\r\n"
+                            "HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nhello"));
+    server.on("/drip",
+        ServerScript().sendSlowly(
+            answer::head(200, {"Content-Length: 5"}) + "hello", 1, std::chrono::milliseconds(1)));
+    for (const char* path : {"/chunked", "/close", "/longer", "/interim", "/drip"}) {
+        CHttpDownload downloader(kTimeoutMs, 0);
+        DownloadLog log(downloader);
+        EXPECT_TRUE(download(downloader, log, GetParam(), server.wideUrl(path))) << path;
+        EXPECT_EQ(receivedBytes(downloader), "hello") << path;
+    }
+}
+
+TEST_P(CHttpDownloadTest, CompressedBodyArrivesAsItWasSent)
+{
+    ScopedServer server;
+    server.on("/a",
+        ServerScript().send(
+            answer::head(200, {"Content-Encoding: gzip", "Content-Length: 3"}) + "\x1f\x8b!"));
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    EXPECT_TRUE(download(downloader, log, GetParam(), server.wideUrl("/a")));
+    EXPECT_EQ(receivedBytes(downloader), "\x1f\x8b!");
+    EXPECT_EQ(server.requests()[0].headers.count("accept-encoding"), 0u);
+}
+
+TEST(CHttpDownload, StartsWithStatus1AndNoBytes)
+{
+    const CHttpDownload downloader(kTimeoutMs, -1);
+    EXPECT_EQ(downloader.status(), 1);
+    SInt32 size = 0;
+    EXPECT_EQ(downloader.GetData(size), nullptr);
+    EXPECT_EQ(size, -1);
+}
+
+TEST(CHttpDownload, InitialBufferIsUsedWhileItSuffices)
+{
+    ScopedServer server;
+    server.on("/a", answer::ok("hello"));
+    CHttpDownload downloader(kTimeoutMs, 5);
+    SInt32 size = 0;
+    const UInt8* const initial = downloader.GetData(size);
+    ASSERT_NE(initial, nullptr);
+    EXPECT_EQ(size, -1);
+    ASSERT_EQ(downloader.Download(server.wideUrl("/a").c_str(), 1, nullptr), 1);
+    EXPECT_EQ(downloader.GetData(size), initial);
+    EXPECT_EQ(receivedBytes(downloader), "hello");
+}
+
+TEST(CHttpDownload, NullURLGives0AndChangesNothing)
+{
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    EXPECT_EQ(downloader.Download(nullptr, 1, nullptr), 0);
+    EXPECT_EQ(downloader.Download(nullptr, 0, nullptr), 0);
+    EXPECT_EQ(downloader.status(), 1);
+    EXPECT_THAT(log.calls(), IsEmpty());
+}
+
+TEST(CHttpDownload, TextThatIsNoURLCannotStart)
+{
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    EXPECT_EQ(downloader.Download(u"http://127.0.0.1/100%", 0, nullptr), 0);
+    EXPECT_EQ(downloader.status(), 1);
+    EXPECT_THAT(log.calls(), IsEmpty());
+}
+
+TEST(CHttpDownload, AsksForTheEscapedPath)
+{
+    ScopedServer server;
+    server.on("/a%20b", answer::ok("x"));
+    server.expect("/a%20b", 3);
+    const std::u16string host = u"127.0.0.1:" + wideFromUtf8(std::to_string(server.port()));
+    CHttpDownload downloader(kTimeoutMs, 0);
+    EXPECT_EQ(downloader.Download((host + u"/a b").c_str(), 1, nullptr), 1);
+    EXPECT_EQ(downloader.Download((host + u"/a%20b").c_str(), 1, nullptr), 1);
+    EXPECT_EQ(downloader.Download((u"HTTP://" + host + u"/a b").c_str(), 1, nullptr), 1);
+}
+
+TEST(CHttpDownload, SecondDownloadGives0AndLeavesTheRunningOneAlone)
+{
+    ScopedServer server;
+    server.on("/a", answer::ok("first"));
+    server.on("/b", answer::ok("second"));
+    server.expect("/b", 0);
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    ASSERT_EQ(downloader.Download(server.wideUrl("/a").c_str(), 0, nullptr), 1);
+    EXPECT_EQ(downloader.status(), 2);
+    EXPECT_EQ(downloader.Download(server.wideUrl("/b").c_str(), 0, nullptr), 0);
+    EXPECT_EQ(downloader.Download(server.wideUrl("/b").c_str(), 1, nullptr), 0);
+    EXPECT_EQ(downloader.status(), 2);
+    ASSERT_TRUE(log.waitForEnd());
+    EXPECT_EQ(receivedBytes(downloader), "first");
+    EXPECT_THAT(log.calls(), ElementsAre(DownloadCall {2, 5}, DownloadCall {0, 0}));
+}
+
+TEST(CHttpDownload, AsynchronousCallbackComesOutOfTheEventLoopOnly)
+{
+    const ScopedTempDir folder;
+    const std::u16string url = wideFromUtf8("file://" + folder.write("a", "x").string());
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    ASSERT_EQ(downloader.Download(url.c_str(), 0, nullptr), 1);
+    EXPECT_THAT(log.calls(), IsEmpty());
+    EXPECT_TRUE(log.waitForEnd());
+}
+
+TEST(CHttpDownload, DestructionDuringADownloadClosesStreamAndFileSilently)
+{
+    const ScopedTempDir folder;
+    const std::u16string target = wideFromUtf8(folder.at("target").string());
+    ScopedServer server;
+    server.on("/a", ServerScript().send(answer::head(200, {"Content-Length: 100"}) + "first").stall());
+    std::optional<CHttpDownload> downloader(std::in_place, kTimeoutMs, 0);
+    DownloadLog log(*downloader);
+    ASSERT_EQ(downloader->Download(server.wideUrl("/a").c_str(), 0, target.c_str()), 1);
+    for (int i = 0; i < 1000 && log.calls().empty(); ++i)
+        CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0.01, true);
+    downloader.reset();
+    EXPECT_THAT(log.calls(), ElementsAre(DownloadCall {2, 5}));
+    EXPECT_EQ(readWholeFile(folder.at("target")), "first");
+    EXPECT_TRUE(server.waitForClientsGone(1));
+    CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0, false);
+    EXPECT_THAT(log.calls(), ElementsAre(DownloadCall {2, 5}));
+}
+
+TEST(CHttpDownload, MayBeDestroyedInItsLastCallback)
+{
+    ScopedServer server;
+    server.on("/a", answer::ok("hello"));
+    auto downloader = std::make_unique<CHttpDownload>(kTimeoutMs, 0);
+    DownloadLog log(*downloader);
+    log.atEnd = [&] { downloader.reset(); };
+    ASSERT_EQ(downloader->Download(server.wideUrl("/a").c_str(), 0, nullptr), 1);
+    ASSERT_TRUE(log.waitForEnd());
+    EXPECT_EQ(downloader, nullptr);
+    EXPECT_THAT(log.calls(), ElementsAre(DownloadCall {2, 5}, DownloadCall {0, 0}));
+}
+
+TEST(CHttpDownload, NextDownloadMayStartInTheLastCallback)
+{
+    ScopedServer server;
+    server.on("/1", answer::ok("one"));
+    server.on("/2", answer::status(404, "three"));
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    log.atEnd = [&] {
+        if (log.ends().size() == 1) {
+            EXPECT_EQ(downloader.Download(server.wideUrl("/2").c_str(), 0, nullptr), 1);
+        }
+    };
+    ASSERT_EQ(downloader.Download(server.wideUrl("/1").c_str(), 0, nullptr), 1);
+    for (int i = 0; i < 1000 && log.ends().size() < 2; ++i)
+        CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0.01, true);
+    EXPECT_THAT(log.calls(),
+        ElementsAre(DownloadCall {2, 3}, DownloadCall {0, 0}, DownloadCall {2, 5}, DownloadCall {4, 0}));
+}
+
+TEST(CHttpDownload, TerminatingTwiceTellsOnce)
+{
+    ScopedServer server;
+    server.on("/a", ServerScript().stall());
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    downloader.TerminateDownload(-1, 1);
+    EXPECT_THAT(log.calls(), IsEmpty()) << "nothing is under way";
+    ASSERT_EQ(downloader.Download(server.wideUrl("/a").c_str(), 0, nullptr), 1);
+    downloader.TerminateDownload(3, 1);
+    downloader.TerminateDownload(-1, 1);
+    EXPECT_THAT(log.calls(), ElementsAre(DownloadCall {3, 0}));
+    EXPECT_EQ(downloader.status(), 3);
+}
+
+TEST(CHttpDownload, TerminatingWithoutNotifyTellsNothing)
+{
+    ScopedServer server;
+    server.on("/a", ServerScript().stall());
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    ASSERT_EQ(downloader.Download(server.wideUrl("/a").c_str(), 0, nullptr), 1);
+    downloader.TerminateDownload(-1, 0);
+    EXPECT_THAT(log.calls(), IsEmpty());
+    EXPECT_EQ(downloader.status(), -1);
+}
+
+TEST(CHttpDownload, WorksWithoutACallback)
+{
+    ScopedServer server;
+    server.on("/a", answer::ok("hello"));
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    downloader.SetDownloadCallBack(nullptr, nullptr);
+    EXPECT_EQ(downloader.Download(server.wideUrl("/a").c_str(), 1, nullptr), 1);
+    EXPECT_THAT(log.calls(), IsEmpty());
+}
+
+TEST(CHttpDownload, TrampolinesIgnoreANullObject)
+{
+    CHttpDownload::UpReadStreamClientCallBack(nullptr, kCFStreamEventErrorOccurred, nullptr);
+    CHttpDownload::UpNetworkTimeoutTimerProc(nullptr, nullptr);
+}
+
+TEST(CHttpDownload, OtherEventsAreIgnored)
+{
+    ScopedServer server;
+    server.on("/a", ServerScript().stall());
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    ASSERT_EQ(downloader.Download(server.wideUrl("/a").c_str(), 0, nullptr), 1);
+    for (const CFStreamEventType event : {0u, 1u, 4u, 32u})
+        downloader.ReadStreamClientCallBack(nullptr, event);
+    EXPECT_EQ(downloader.status(), 2);
+    EXPECT_THAT(log.calls(), IsEmpty());
+}
+
+TEST(CHttpDownload, SynchronousDownloadRunsWithinACallbackOfAnAsynchronousOne)
+{
+    ScopedServer server;
+    server.on("/async", answer::ok(longBody(400'000)));
+    server.on("/sync", answer::ok("descriptor"));
+    CHttpDownload asynchronous(kTimeoutMs, 0);
+    DownloadLog log(asynchronous);
+    int depth = 0;
+    log.atChunk = [&] {
+        EXPECT_EQ(++depth, 1) << "no event of the other download is delivered meanwhile";
+        CHttpDownload synchronous(kTimeoutMs, 0);
+        EXPECT_EQ(synchronous.Download(server.wideUrl("/sync").c_str(), 1, nullptr), 1);
+        EXPECT_EQ(receivedBytes(synchronous), "descriptor");
+        --depth;
+    };
+    ASSERT_EQ(asynchronous.Download(server.wideUrl("/async").c_str(), 0, nullptr), 1);
+    ASSERT_TRUE(log.waitForEnd());
+    EXPECT_TRUE(receivedBytes(asynchronous) == longBody(400'000));
+    EXPECT_THAT(log.ends(), ElementsAre(DownloadCall {0, 0}));
+}
