@@ -46,7 +46,7 @@ void CCollect::CollectCUSelf()
 {
     auto record = std::make_unique<CUpdateIni>();
     if (record->Parse() != 0)
-        m_records.push_back(std::move(record));
+        append(std::move(record));
 }
 
 void CCollect::CollectProds()
@@ -62,12 +62,18 @@ void CCollect::CollectProds()
         if (VELTAN_ProdQuery(product, &info) != 0)
             continue;
         if (std::unique_ptr<CPListParse> record = readProduct(info))
-            m_records.push_back(std::move(record));
+            append(std::move(record));
     }
     VELTAN_ProdEnumGUIDRelease(enumerator);
 }
 
 void CCollect::CollectCommonDLL() { }
+
+void CCollect::append(std::unique_ptr<CPListParse> record)
+{
+    record->setCollectionIndex(m_records.empty() ? 0 : m_records.back()->collectionIndex() + 1);
+    m_records.push_back(std::move(record));
+}
 
 CPListParse* CCollect::GetIni(int index)
 {

@@ -28,6 +28,8 @@ public:
     void DeleteOtherPListParse(const std::vector<CPListParse*>& keep);
 
 private:
+    void append(std::unique_ptr<CPListParse> record);
+
     std::vector<std::unique_ptr<CPListParse>> m_records;
     UInt32 m_cursor = 0; ///< shared by all walkers
 };

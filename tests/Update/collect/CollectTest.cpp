@@ -75,6 +75,19 @@ TEST_F(CCollectTest, HostComesFirstThenProductsInRegistryOrder)
     EXPECT_EQ(m_collect.GetIni(1)->kind(), 3);
 }
 
+TEST_F(CCollectTest, RecordsKnowTheirOrderAfterOthersWereDeleted)
+{
+    installThree();
+    CPListParse* second = m_collect.GetIni(1);
+    CPListParse* third = m_collect.NextIni();
+    EXPECT_EQ(second->collectionIndex(), 1);
+    EXPECT_EQ(third->collectionIndex(), 2);
+    m_collect.DeleteOtherPListParse({third});
+    m_collect.DoCollect(0);
+    EXPECT_EQ(m_collect.GetIni(0)->collectionIndex(), 2);
+    EXPECT_EQ(m_collect.NextIni()->collectionIndex(), 3);
+}
+
 TEST_F(CCollectTest, RegistryThatIsMissingLeavesTheHostAlone)
 {
     installHost();
