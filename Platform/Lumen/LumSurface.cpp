@@ -8,7 +8,9 @@
 
 #include <QBuffer>
 #include <QFile>
+#include <QFrame>
 #include <QLabel>
+#include <QPainter>
 #include <QPointer>
 #include <QPushButton>
 #include <QUiLoader>
@@ -32,18 +34,40 @@ namespace {
 
 constexpr qint64 kMaxLayoutBytes = 1024 * 1024;
 
-/// Builds the toolkit's own tree where a form asks for one.
+/// The frame of a whole layout. A window without the desktop's frame needs an edge that shows on light and
+/// dark alike: a style's own frame is darker than the window, and so not to be seen where all is dark.
+class EdgeFrame final : public QFrame {
+public:
+    using QFrame::QFrame;
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        constexpr double kEdgeStrength = 0.3; // of the way from the window's colour to its text's
+        QColor edge = palette().color(QPalette::WindowText);
+        edge.setAlphaF(kEdgeStrength);
+        QPainter painter(this);
+        painter.setPen(QPen(edge, 1));
+        painter.drawRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5));
+    }
+};
+
+/// Builds the toolkit's own tree and frame where a form asks for them.
 class LayoutLoader final : public QUiLoader {
 public:
     LayoutLoader() { clearPluginPaths(); }
 
     QWidget* createWidget(const QString& className, QWidget* parent, const QString& name) override
     {
-        if (className != "QTreeWidget")
+        QWidget* made = nullptr; // owned by its parent, the content by whoever loads it
+        if (className == "QTreeWidget")
+            made = new PubLumen::CheckTree(parent);
+        else if (className == "QFrame" && !parent)
+            made = new EdgeFrame;
+        else
             return QUiLoader::createWidget(className, parent, name);
-        auto* tree = new PubLumen::CheckTree(parent);
-        tree->setObjectName(name);
-        return tree;
+        made->setObjectName(name);
+        return made;
     }
 };
 
