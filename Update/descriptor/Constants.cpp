@@ -2,6 +2,7 @@
 
 #include "Update/descriptor/ElementReader.h"
 
+#include <algorithm>
 #include <string>
 
 int CConstants::ParseConstants(CFTreeRef tree)
@@ -39,6 +40,8 @@ int CConstants::MappingConstants(WideText& dest, const UniChar* src) const
 
 CLumStringW CConstants::mappedText(std::u16string_view text) const
 {
+    if (staysAsItIs(text))
+        return CLumStringW(text);
     WideText mapped(text);
     (void)substituteAll(mapped); // what does not fit is cut
     return CLumStringW(mapped.view());
@@ -46,10 +49,21 @@ CLumStringW CConstants::mappedText(std::u16string_view text) const
 
 CLumStringW CConstants::mappedPath(std::u16string_view path) const
 {
+    if (staysAsItIs(path))
+        return CLumStringW(path);
     WideText mapped;
     if (!mapped.assign(path) || !substituteAll(mapped))
         return {};
     return CLumStringW(mapped.view());
+}
+
+/// True for a text that fits and holds no constant's name: most texts, which so need no buffer.
+bool CConstants::staysAsItIs(std::u16string_view text) const
+{
+    const auto isIn = [text](const tagStrCon& item) {
+        return !item.name.empty() && text.find(item.name.view()) != std::u16string_view::npos;
+    };
+    return text.size() < WideText::kCapacity && std::none_of(m_items.begin(), m_items.end(), isIn);
 }
 
 /// False when a result, or a value that was put in, had to be cut.

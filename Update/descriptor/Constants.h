@@ -38,6 +38,7 @@ public:
     const std::vector<tagStrCon>& items() const { return m_items; }
 
 private:
+    bool staysAsItIs(std::u16string_view text) const;
     bool substituteAll(WideText& text) const;
 
     std::vector<tagStrCon> m_items;

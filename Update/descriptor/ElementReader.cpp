@@ -43,7 +43,7 @@ std::optional<KeyElement> keyElement(CFTreeRef tree)
 
 CLumStringW boundedText(std::u16string_view text)
 {
-    return CLumStringW(WideText(text).view());
+    return text.size() < WideText::kCapacity ? CLumStringW(text) : CLumStringW(WideText(text).view());
 }
 
 Version versionOf(std::u16string_view text)

@@ -2,6 +2,7 @@
 // to update.
 #pragma once
 
+#include "Platform/Carbon/FSRef.h"
 #include "Platform/CoreFoundation/CFRef.h"
 #include "Platform/Lumen/LumFile.h"
 #include "Update/descriptor/Dependencies.h"
@@ -9,10 +10,21 @@
 #include "Update/descriptor/General.h"
 #include "Update/descriptor/Sections.h"
 
+#include <optional>
+
 class CPListParse;
 
 /// How many descriptors may point at each other on one chain; a deeper one gathers nothing.
 inline constexpr int kMaxChainLevels = 100;
+/// The largest descriptor that is read.
+inline constexpr SInt64 kMaxDescriptorBytes = SInt64 {64} << 20;
+/// How much may be interpreted below one product, so that bundles that point at each other in many ways
+/// cannot keep a check busy for ever; what comes after that gathers nothing.
+inline constexpr SInt64 kMaxFollowedBytes = SInt64 {64} << 20;
+/// What following a bundle counts for, beside its descriptor's own size.
+inline constexpr SInt64 kFollowedBundleBytes = 32768;
+/// How many files an interpreter may hold and still take over more.
+inline constexpr std::size_t kMaxGatheredFiles = 1'000'000;
 
 class CXMLInterpret {
 public:
@@ -28,11 +40,12 @@ public:
     /// update.
     bool ParseFile(const UniChar* productName, const UniChar* productVersion, const UniChar* appPath,
         const UniChar* siteUrl);
-    /// Makes and empties the work folder and adds the fixed constants. False only when the folder cannot be
-    /// made.
+    /// Names the work folder, deletes it with all it holds, and adds the fixed constants. False only when the
+    /// folder cannot be made or its path does not fit.
     bool InitFixedConst(const UniChar* appPath);
     /// The path of a fixed folder in the user's caches folder (selector 0: the work folder, otherwise the
-    /// descriptors'), or of its `subFolder`, made when missing; empty on any failure.
+    /// descriptors'), or of its `subFolder`, made when missing; empty on any failure, a symbolic link in its
+    /// place included.
     static CLumStringW CreateFixedDir(const UniChar* subFolder, SInt32 selector);
     /// Makes sure that the work folder exists.
     bool RealCreateDir();
@@ -40,13 +53,17 @@ public:
     bool ClearAllFileInFixedDir();
 
     /// 1 when a file named `name` is newer than `versionText`, otherwise how the last one compared is (0
-    /// equal, -1 older); -1 when there is none. With `stopAtFirst` an equal one ends the walk too.
+    /// equal, -1 older); -1 when there is none, or an argument is null. With `stopAtFirst` an equal one ends
+    /// the walk too.
     int CompNameAndVersion(const UniChar* name, const UniChar* versionText, int stopAtFirst) const;
+    /// Follows every section; one that cannot be followed is left out.
     void CalcSectionUpdate();
-    /// False rejects the descriptor.
+    /// Follows every dependency. False, which rejects the descriptor, when one is not installed or its
+    /// descriptor cannot be fetched; a descriptor that is not on the server is accepted.
     bool CaclDependencyUpdate();
     /// Interprets another bundle's descriptor and takes over its files when it offers at least the four parts
-    /// at `requiredVersion`. 0, or the descriptor download's error number.
+    /// at `requiredVersion`. 0, also for a bundle that is already being interpreted on this chain, or the
+    /// descriptor download's error number.
     SInt32 DownloadAndGatherUpdate(CPListParse* plist, const SInt32* requiredVersion);
 
     /// The files that are left to update, in order; owned by the interpreter.
@@ -59,6 +76,23 @@ public:
     const CLumStringW& tempDir() const { return m_tempDir; }
 
 private:
+    CFTreeRef findRoot() const;
+    bool readSettings(CFTreeRef root);
+    bool readDependencies(CFTreeRef root);
+    bool readFiles(CFTreeRef root, const UniChar* siteUrl);
+    bool readSections(CFTreeRef root);
+    void releaseInstalled(const UniChar* productName, const UniChar* productVersion);
+
+    bool findWorkFolder(FSRef& folder) const;
+
+    SInt32 followBundle(const FSRef& bundle, const Version& requiredVersion);
+    bool mayFollow(CFURLRef bundle) const;
+    CLumStringW bundlePathOf(const CPListParse& plist) const;
+    void takeOverFiles(CXMLInterpret& child);
+    bool isBelowCommonDescriptor() const;
+    CXMLInterpret& topOfChain();
+    const CXMLInterpret& topOfChain() const { return const_cast<CXMLInterpret*>(this)->topOfChain(); }
+
     CLumStringW m_tempDir;
     CLumStringW m_tempSubFolder;
     SInt32 m_gathered = 0;
@@ -70,4 +104,7 @@ private:
     CDependencies m_dependencies;
     CFRef<CFXMLTreeRef> m_xmlTree;
     CXMLInterpret* m_parent = nullptr; ///< borrowed; the interpreter whose descriptor pointed at this one
+    std::optional<FSRef> m_bundle;     ///< the bundle that is being interpreted, when it has a folder
+    SInt64 m_descriptorBytes = 0;
+    SInt64 m_followedBytes = 0; ///< kept by the chain's top for all that is below it
 };

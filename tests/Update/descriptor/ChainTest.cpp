@@ -1,0 +1,181 @@
+// Chains of bundles that point at each other: where they are cut, and what that costs.
+#include "tests/Update/descriptor/Suite.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+constexpr rlim_t kSmallStackBytes = 1 << 20;
+
+std::string levelName(int level)
+{
+    return level == 1 ? "Top" : "P" + std::to_string(level);
+}
+
+using AddLink = DescriptorBuilder& (DescriptorBuilder::*)(const fs::path&, std::string_view);
+
+/// The product on top, level 1, points at level 2 and so on to the last level. Returns the top's descriptor.
+DescriptorBuilder makeChain(const Suite& suite, int levels, AddLink addLink)
+{
+    fs::path below;
+    for (int level = levels; level > 1; --level) {
+        DescriptorBuilder descriptor;
+        if (!below.empty())
+            (descriptor.*addLink)(below, "1.0.0.0");
+        below = suite.offer(levelName(level), descriptor);
+    }
+    DescriptorBuilder top;
+    (top.*addLink)(below, "1.0.0.0");
+    return top.file(fileNamed("Top"));
+}
+
+/// Gives each of `count` bundles sections for all of them; none is cut for being on the chain before every
+/// one is.
+std::vector<fs::path> makeTangle(const Suite& suite, int count)
+{
+    std::vector<fs::path> bundles;
+    for (int i = 0; i < count; ++i)
+        bundles.push_back(suite.bundle("T" + std::to_string(i)));
+    for (int i = 0; i < count; ++i) {
+        DescriptorBuilder descriptor;
+        for (const fs::path& bundle : bundles)
+            descriptor.section(bundle);
+        (void)suite.offer("T" + std::to_string(i), descriptor);
+    }
+    return bundles;
+}
+
+} // namespace
+
+TEST(Chain, CutsASectionOfTheProductItself)
+{
+    const Suite suite;
+    suite.publish("Top", DescriptorBuilder().file(fileNamed("Top")).file(fileNamed("again")));
+    const auto interpreter
+        = suite.parsed(DescriptorBuilder().file(fileNamed("Top")).section(suite.bundle("Top")));
+    EXPECT_EQ(namesOf(*interpreter), (Names {"Top"}));
+    EXPECT_EQ(suite.fetched(), 0U);
+}
+
+TEST(Chain, AcceptsADependencyOnTheProductItself)
+{
+    const Suite suite;
+    const auto interpreter
+        = suite.parsed(DescriptorBuilder().dependency(suite.bundle("Top")).file(fileNamed("Top")));
+    EXPECT_EQ(interpreter->status(), 1);
+    EXPECT_EQ(namesOf(*interpreter), (Names {"Top"}));
+}
+
+TEST(Chain, CutsACycleOfTwoBundles)
+{
+    const Suite suite;
+    const auto a
+        = suite.offer("A", DescriptorBuilder().section(suite.bundle("Top")).dependency(suite.bundle("Top")));
+    const auto interpreter = suite.parsed(DescriptorBuilder().file(fileNamed("Top")).section(a));
+    EXPECT_EQ(namesOf(*interpreter), (Names {"Top", "A"}));
+    EXPECT_EQ(suite.fetched(), 1U);
+}
+
+TEST(Chain, CutsACycleOfThreeBundles)
+{
+    const Suite suite;
+    const auto b = suite.offer("B", DescriptorBuilder().dependency(suite.bundle("Top")));
+    const auto a = suite.offer("A", DescriptorBuilder().dependency(b));
+    const auto interpreter = suite.parsed(DescriptorBuilder().dependency(a).file(fileNamed("Top")));
+    EXPECT_EQ(interpreter->status(), 1);
+    EXPECT_EQ(namesOf(*interpreter), (Names {"B", "A", "Top"}));
+}
+
+TEST(Chain, CutsACycleBelowTheProduct)
+{
+    const Suite suite;
+    const auto a = suite.offer("A", DescriptorBuilder().section(suite.bundle("B")));
+    (void)suite.offer("B", DescriptorBuilder().section(suite.bundle("A")).section(suite.bundle("B")));
+    const auto interpreter = suite.parsed(DescriptorBuilder().file(fileNamed("Top")).section(a));
+    EXPECT_EQ(namesOf(*interpreter), (Names {"Top", "A", "B"}));
+}
+
+TEST(Chain, KnowsAFolderByAnotherPath)
+{
+    const Suite suite;
+    fs::create_directory_symlink(suite.bundle("Top"), suite.bundle("Link"));
+    suite.publish("Top", DescriptorBuilder().file(fileNamed("Top")));
+    const auto interpreter = suite.parsed(DescriptorBuilder()
+                                              .file(fileNamed("Top"))
+                                              .section(suite.bundle("Link"))
+                                              .section(suite.bundle("Link") / "."));
+    EXPECT_EQ(namesOf(*interpreter), (Names {"Top"}));
+    EXPECT_EQ(suite.fetched(), 0U);
+}
+
+TEST(Chain, EndsWithoutAFolderForTheProduct)
+{
+    const Suite suite;
+    suite.publish("Top", DescriptorBuilder().file(fileNamed("Top")).section(suite.bundle("Top")));
+    const auto interpreter
+        = suite.load(DescriptorBuilder().file(fileNamed("Top")).section(suite.bundle("Top")).xml());
+    EXPECT_TRUE(interpreter->ParseFile(u"Top", u"1.0.0.0", nullptr, u"S/"));
+    EXPECT_EQ(namesOf(*interpreter), (Names {"Top", "Top"}));
+}
+
+TEST(Chain, FollowsABundleAgainOnAnotherBranch)
+{
+    const Suite suite;
+    const auto shared = suite.offer("Shared");
+    const auto interpreter
+        = suite.parsed(DescriptorBuilder().dependency(shared).file(fileNamed("Top")).section(shared));
+    EXPECT_EQ(namesOf(*interpreter), (Names {"Shared", "Top", "Shared"}));
+}
+
+TEST(Chain, GathersFromAHundredLevelsAndNoMore)
+{
+    const Suite suite;
+    const auto interpreter = suite.parsed(makeChain(suite, 101, &DescriptorBuilder::section));
+    const Names names = namesOf(*interpreter);
+    ASSERT_EQ(names.size(), 100U);
+    EXPECT_EQ(suite.fetched(), 99U);
+    EXPECT_EQ(names.front(), "Top");
+    EXPECT_EQ(names.back(), "P100");
+}
+
+TEST(Chain, AcceptsADependencyThatIsCutAtAHundredLevels)
+{
+    const Suite suite;
+    const auto interpreter = suite.parsed(makeChain(suite, 101, &DescriptorBuilder::dependency));
+    EXPECT_EQ(interpreter->status(), 1);
+    const Names names = namesOf(*interpreter);
+    ASSERT_EQ(names.size(), 100U);
+    EXPECT_EQ(names.front(), "P100");
+    EXPECT_EQ(names.back(), "Top");
+}
+
+TEST(ChainDeathTest, FitsAStackOfOneMebibyte)
+{
+    const Suite suite;
+    const std::string xml = makeChain(suite, 100, &DescriptorBuilder::section).xml();
+    const auto runOnSmallStack = [&] {
+        const rlimit small {kSmallStackBytes, kSmallStackBytes};
+        if (::setrlimit(RLIMIT_STACK, &small) != 0)
+            ::_exit(2);
+        const auto interpreter = suite.load(xml);
+        ::_exit(suite.parse(*interpreter) && interpreter->filesToUpdate().size() == 100 ? 0 : 1);
+    };
+    EXPECT_EXIT(runOnSmallStack(), testing::ExitedWithCode(0), "");
+}
+
+TEST(Chain, LimitsWhatBundlesThatPointAtEachOtherInManyWaysCost)
+{
+    const Suite suite;
+    // Nine bundles could be walked in 986,409 ways.
+    const std::vector<fs::path> bundles = makeTangle(suite, 9);
+    DescriptorBuilder descriptor;
+    descriptor.file(fileNamed("Top")).section(bundles[0]);
+    const auto interpreter = suite.load(descriptor.xml());
+    EXPECT_TRUE(suite.parse(*interpreter));
+    EXPECT_LT(interpreter->filesToUpdate().size(), 2100U);
+}

@@ -1,0 +1,243 @@
+// The constants of a descriptor and their substitution.
+#include "Update/descriptor/Constants.h"
+
+#include "tests/Update/descriptor/ParsedTree.h"
+
+#include <gtest/gtest.h>
+
+using namespace std::string_view_literals;
+
+namespace {
+
+CConstants parsed(std::string_view block)
+{
+    CConstants constants;
+    EXPECT_EQ(constants.ParseConstants(ParsedTree(block).root()), 1);
+    return constants;
+}
+
+std::u16string mapped(const CConstants& constants, const UniChar* text)
+{
+    WideText dest;
+    EXPECT_EQ(constants.MappingConstants(dest, text), 1);
+    return std::u16string(dest.view());
+}
+
+std::u16string replaced(std::u16string_view text, std::u16string_view find, std::u16string_view replacement)
+{
+    WideText buffer(text);
+    (void)StrRplace(buffer, find, replacement);
+    return std::u16string(buffer.view());
+}
+
+} // namespace
+
+TEST(CConstants, StartsEmpty)
+{
+    EXPECT_TRUE(CConstants().items().empty());
+}
+
+TEST(CConstants, RefusesAnElementOfAnotherNameAndAddsNothing)
+{
+    CConstants constants;
+    EXPECT_EQ(
+        constants.ParseConstants(ParsedTree("<GENERAL><constant name='a' value='b'/></GENERAL>").root()), 0);
+    EXPECT_EQ(constants.ParseConstants(nullptr), 0);
+    EXPECT_TRUE(constants.items().empty());
+}
+
+TEST(CConstants, ReadsConstantsInDocumentOrder)
+{
+    const CConstants constants = parsed("<CONSTANTS><constant name='%a%' value='1'/><constant name='%b%' "
+                                        "value='2'/><constant name='%a%' value='3'/></CONSTANTS>");
+    ASSERT_EQ(constants.items().size(), 3U);
+    EXPECT_EQ(constants.items()[0].name, u"%a%"sv);
+    EXPECT_EQ(constants.items()[0].value, u"1"sv);
+    EXPECT_EQ(constants.items()[1].name, u"%b%"sv);
+    EXPECT_EQ(constants.items()[1].value, u"2"sv);
+    EXPECT_EQ(constants.items()[2].name, u"%a%"sv);
+    EXPECT_EQ(constants.items()[2].value, u"3"sv);
+}
+
+TEST(CConstants, IgnoresCaseOfElementNames)
+{
+    const CConstants constants = parsed("<constants><CONSTANT name='%a%' value='1'/></constants>");
+    EXPECT_EQ(mapped(constants, u"%a%"), u"1"sv);
+}
+
+TEST(CConstants, HeedsCaseOfAttributeNames)
+{
+    const CConstants constants = parsed("<CONSTANTS><constant name='%a%' Value='1'/></CONSTANTS>");
+    EXPECT_EQ(mapped(constants, u"[%a%]"), u"[]"sv);
+}
+
+TEST(CConstants, SkipsChildrenThatAreNoConstants)
+{
+    const CConstants constants
+        = parsed("<CONSTANTS><constant/><other name='%a%' value='1'/><!--constant-->constant</CONSTANTS>");
+    EXPECT_TRUE(constants.items().empty());
+}
+
+TEST(CConstants, AddsSeveralBlocksToOneTable)
+{
+    CConstants constants = parsed("<CONSTANTS><constant name='%a%' value='1'/></CONSTANTS>");
+    EXPECT_EQ(constants.ParseConstants(
+                  ParsedTree("<CONSTANTS><constant name='%b%' value='2'/></CONSTANTS>").root()),
+        1);
+    EXPECT_EQ(mapped(constants, u"%a%%b%"), u"12"sv);
+}
+
+TEST(CConstants, StoresNamesAndValuesUnsubstituted)
+{
+    const CConstants constants = parsed("<CONSTANTS><constant name='%a%' value='1'/><constant name='%b%' "
+                                        "value='%a%'/></CONSTANTS>");
+    EXPECT_EQ(constants.items()[1].value, u"%a%"sv);
+}
+
+TEST(CConstants, SubstitutesEmptyTextForAConstantWithoutValue)
+{
+    EXPECT_EQ(mapped(parsed("<CONSTANTS><constant name='%a%'/></CONSTANTS>"), u"x%a%y"), u"xy"sv);
+}
+
+TEST(CConstants, KeepsButNeverSubstitutesAConstantWithoutName)
+{
+    const CConstants constants = parsed("<CONSTANTS><constant value='1'/></CONSTANTS>");
+    ASSERT_EQ(constants.items().size(), 1U);
+    EXPECT_EQ(mapped(constants, u"text"), u"text"sv);
+    EXPECT_EQ(mapped(constants, u""), u""sv);
+}
+
+TEST(CConstants, ExpandsLaterConstantsInAValue)
+{
+    const CConstants constants = parsed("<CONSTANTS><constant name='%a%' value='x%b%'/><constant name='%b%' "
+                                        "value='y'/></CONSTANTS>");
+    EXPECT_EQ(mapped(constants, u"%a%"), u"xy"sv);
+}
+
+TEST(CConstants, LeavesEarlierConstantsInAValue)
+{
+    const CConstants constants = parsed("<CONSTANTS><constant name='%b%' value='y'/><constant name='%a%' "
+                                        "value='x%b%'/></CONSTANTS>");
+    EXPECT_EQ(mapped(constants, u"%a%"), u"x%b%"sv);
+}
+
+TEST(CConstants, ExpandsAValueThatHoldsItsOwnNameOnce)
+{
+    const CConstants constants = constantsWith(u"%a%", u"[%a%]");
+    EXPECT_EQ(mapped(constants, u"%a%%a%"), u"[%a%][%a%]"sv);
+}
+
+TEST(CConstants, HeedsCaseWhenSubstituting)
+{
+    EXPECT_EQ(mapped(constantsWith(u"%app%", u"/A"), u"%APP%"), u"%APP%"sv);
+}
+
+TEST(CConstants, UsesTheFirstOfTwoConstantsOfOneName)
+{
+    const CConstants constants = parsed("<CONSTANTS><constant name='%a%' value='1'/><constant name='%a%' "
+                                        "value='2'/></CONSTANTS>");
+    EXPECT_EQ(mapped(constants, u"%a%"), u"1"sv);
+}
+
+TEST(CConstants, LeavesUnknownNamesInTheText)
+{
+    EXPECT_EQ(mapped(constantsWith(u"%a%", u"1"), u"%unknown%/%a%"), u"%unknown%/1"sv);
+}
+
+TEST(CConstants, LeavesTheDestinationAloneForANullText)
+{
+    WideText dest(u"kept");
+    EXPECT_EQ(CConstants().MappingConstants(dest, nullptr), 0);
+    EXPECT_EQ(dest, u"kept"sv);
+}
+
+TEST(CConstants, MapsATextWithinItsOwnBuffer)
+{
+    WideText text(u"ab%a%");
+    EXPECT_EQ(constantsWith(u"%a%", u"1").MappingConstants(text, text.c_str() + 1), 1);
+    EXPECT_EQ(text, u"b1"sv);
+}
+
+TEST(CConstants, CutsAnOverlongResultAt1023Units)
+{
+    const CConstants constants = constantsWith(u"%a%", std::u16string(1000, u'v'));
+    EXPECT_EQ(mapped(constants, u"%a%%a%"), std::u16string(1023, u'v'));
+    EXPECT_EQ(constants.mappedText(u"%a%%a%").view(), std::u16string(1023, u'v'));
+}
+
+TEST(CConstants, CutsOverlongNamesAndValuesAt1023Units)
+{
+    const std::string text(1'000'000, 'n');
+    const CConstants constants
+        = parsed("<CONSTANTS><constant name='" + text + "' value='" + text + "'/></CONSTANTS>");
+    EXPECT_EQ(constants.items()[0].name.size(), 1023U);
+    EXPECT_EQ(constants.items()[0].value.size(), 1023U);
+}
+
+TEST(CConstants, MapsAPathThatFitsJustSo)
+{
+    const CConstants constants = constantsWith(u"%a%", u"/" + std::u16string(1000, u'v'));
+    const std::u16string rest(22, u'r');
+    EXPECT_EQ(constants.mappedPath(u"%a%" + rest).view(), u"/" + std::u16string(1000, u'v') + rest);
+}
+
+TEST(CConstants, MapsAPathThatDoesNotFitToNothing)
+{
+    const CConstants constants = constantsWith(u"%a%", u"/" + std::u16string(1000, u'v'));
+    EXPECT_TRUE(constants.mappedPath(u"%a%" + std::u16string(23, u'r')).empty());
+    EXPECT_TRUE(constants.mappedPath(std::u16string(1024, u'r')).empty());
+}
+
+TEST(CConstants, MapsAPathWithACutValueToNothing)
+{
+    const CConstants constants
+        = parsed("<CONSTANTS><constant name='%a%' value='/" + std::string(1100, 'v') + "'/></CONSTANTS>");
+    EXPECT_TRUE(constants.mappedPath(u"%a%").empty());
+    EXPECT_EQ(constants.mappedPath(u"/other").view(), u"/other"sv);
+}
+
+TEST(CConstants, DefinesNoMoreThanItsLimit)
+{
+    std::string block = "<CONSTANTS>";
+    for (std::size_t i = 0; i < kMaxDescriptorConstants + 10; ++i)
+        block += "<constant name='%c" + std::to_string(i) + "%' value='1'/>";
+    const CConstants constants = parsed(block + "</CONSTANTS>");
+    EXPECT_EQ(constants.items().size(), 4096U);
+    EXPECT_EQ(mapped(constants, u"%c4095%"), u"1"sv);
+    EXPECT_EQ(mapped(constants, u"%c4096%"), u"%c4096%"sv);
+}
+
+TEST(StrRplace, ReplacesEveryOccurrence)
+{
+    EXPECT_EQ(replaced(u"a-b-c", u"-", u"+"), u"a+b+c"sv);
+    EXPECT_EQ(replaced(u"%x%", u"%x%", u""), u""sv);
+    EXPECT_EQ(replaced(u"aXa", u"a", u"long"), u"longXlong"sv);
+}
+
+TEST(StrRplace, GoesOnBehindTheReplacement)
+{
+    EXPECT_EQ(replaced(u"aaaa", u"aa", u"a"), u"aa"sv);
+    EXPECT_EQ(replaced(u"aaa", u"aa", u"b"), u"ba"sv);
+}
+
+TEST(StrRplace, TrimsAndFoldsNothing)
+{
+    EXPECT_EQ(replaced(u"% a%", u"%a%", u"1"), u"% a%"sv);
+    EXPECT_EQ(replaced(u"%A%", u"%a%", u"1"), u"%A%"sv);
+}
+
+TEST(StrRplace, ChangesNothingForAnEmptyPattern)
+{
+    WideText text(u"text");
+    EXPECT_EQ(StrRplace(text, u"", u"1"), Replaced::Nothing);
+    EXPECT_EQ(text, u"text"sv);
+}
+
+TEST(StrRplace, SaysWhetherTheResultWasCut)
+{
+    WideText text(std::u16string(1023, u'a'));
+    EXPECT_EQ(StrRplace(text, u"a", u"b"), Replaced::Whole);
+    EXPECT_EQ(text.view(), std::u16string(1023, u'b'));
+    EXPECT_EQ(StrRplace(text, u"b", u"cc"), Replaced::Cut);
+    EXPECT_EQ(text.view(), std::u16string(1023, u'c'));
+}

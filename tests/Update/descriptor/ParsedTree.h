@@ -1,0 +1,23 @@
+// A parsed piece of a descriptor, for tests of one reader.
+#pragma once
+
+#include "Platform/CoreFoundation/CFRef.h"
+#include "Platform/CoreFoundation/CFXMLNode.h"
+
+#include <string>
+#include <string_view>
+
+class ParsedTree {
+public:
+    explicit ParsedTree(std::string_view xml);
+
+    /// The document's element; null when the text did not parse. Kept by this object.
+    CFTreeRef root() const;
+
+private:
+    CFRef<CFXMLTreeRef> m_document;
+};
+
+/// A "CONSTANTS" table with one constant.
+class CConstants;
+CConstants constantsWith(std::u16string_view name, std::u16string_view value);
