@@ -1,10 +1,11 @@
-// What every Core Foundation type shares: object references, reference counting, ranges and comparison results.
+// What every Core Foundation type shares: references and their counting, ranges, comparison results.
 #pragma once
 
 #include "Platform/Support/Types.h"
 
-/// A reference to any object of this layer. Objects are made by Create and Copy functions, which hand their caller one
-/// reference, and end with the last CFRelease. Counting is atomic; everything else is for one thread at a time.
+/// A reference to any object of this layer. Objects are made by Create and Copy functions, which hand their
+/// caller one reference, and end with the last CFRelease. Counting is atomic; everything else is for one
+/// thread at a time.
 using CFTypeRef = const void*;
 using CFIndex = SInt32;
 
@@ -21,7 +22,11 @@ constexpr CFRange CFRangeMake(CFIndex location, CFIndex length)
     return {location, length};
 }
 
-enum CFComparisonResult : SInt32 { kCFCompareLessThan = -1, kCFCompareEqualTo = 0, kCFCompareGreaterThan = 1 };
+enum CFComparisonResult : SInt32 {
+    kCFCompareLessThan = -1,
+    kCFCompareEqualTo = 0,
+    kCFCompareGreaterThan = 1
+};
 
 /// Which class an object is of; compare with the type's own CF...GetTypeID().
 using CFTypeID = UInt32;

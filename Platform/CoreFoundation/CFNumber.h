@@ -11,8 +11,9 @@ enum CFNumberType : SInt32 { kCFNumberSInt32Type = 3, kCFNumberSInt64Type = 4, k
 CFTypeID CFNumberGetTypeID();
 /// Copies the number at `value`, of the C type that `type` names.
 CFNumberRef CFNumberCreate(CFAllocatorRef allocator, CFNumberType type, const void* value);
-/// Writes the number to `value`, converted to the C type that `type` names. False when the conversion lost something (an
-/// integer out of range is held at the nearest value, a fraction is cut off); the converted value is written all the same.
+/// Writes the number to `value`, converted to the C type that `type` names. False when the conversion lost
+/// something (an integer out of range is held at the nearest value, a fraction is cut off); the converted
+/// value is written all the same.
 bool CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value);
 
 CFTypeID CFBooleanGetTypeID();

@@ -1,4 +1,4 @@
-// The owner of one reference to a Core Foundation object: the only place where product code retains and releases.
+// The owner of one reference to an object: the only place where product code retains and releases.
 #pragma once
 
 #include "Platform/CoreFoundation/CFBase.h"
@@ -7,8 +7,8 @@
 #include <type_traits>
 #include <utility>
 
-/// Holds one reference, or none, and gives it back when it goes. Made by adoptCF and retainCF only. Converts to the bare
-/// reference, which lives as long as this owner.
+/// Holds one reference, or none, and gives it back when it goes. Made by adoptCF and retainCF only. Converts
+/// to the bare reference, which lives as long as this owner.
 template <typename T> class CFRef {
     static_assert(std::is_pointer_v<T>, "T is a reference type such as CFStringRef");
 

@@ -19,22 +19,25 @@ enum : CFStringCompareFlags { kCFCompareCaseInsensitive = 1 };
 
 CFTypeID CFStringGetTypeID();
 
-/// `count` units from `characters`, copied. Null when `count` is negative, or `characters` null while `count` is not 0.
+/// `count` units from `characters`, copied. Null when `count` is negative, or `characters` null while `count`
+/// is not 0.
 CFStringRef CFStringCreateWithCharacters(CFAllocatorRef allocator, const UniChar* characters, CFIndex count);
-/// The zero-terminated `text` in one of the three encodings. Null when the bytes are not valid in it, or `text` is null.
+/// The zero-terminated `text` in one of the three encodings. Null when the bytes are not valid in it, or
+/// `text` is null.
 CFStringRef CFStringCreateWithCString(CFAllocatorRef allocator, const char* text, CFStringEncoding encoding);
 /// The same as CFStringCreateWithCharacters, for a view; never null.
 CFStringRef CFStringCreateWithView(std::u16string_view text);
 
 /// In UTF-16 units.
 CFIndex CFStringGetLength(CFStringRef string);
-/// Copies the units of `range`, which must lie within the string, to `buffer`, which must hold range.length units. No zero is
-/// added.
+/// Copies the units of `range`, which must lie within the string, to `buffer`, which must hold range.length
+/// units. No zero is added.
 void CFStringGetCharacters(CFStringRef string, CFRange range, UniChar* buffer);
 /// The whole text; valid as long as the string.
 std::u16string_view CFStringGetView(CFStringRef string);
-/// Writes the text and a zero byte to `buffer`. False, and an empty text in the buffer, when it does not fit in `size` bytes
-/// or holds what the encoding cannot express (a lone surrogate). Only UTF-8 is supported.
+/// Writes the text and a zero byte to `buffer`. False, and an empty text in the buffer, when it does not fit
+/// in `size` bytes or holds what the encoding cannot express (a lone surrogate, a zero
+/// unit). Only UTF-8 is supported.
 bool CFStringGetCString(CFStringRef string, char* buffer, CFIndex size, CFStringEncoding encoding);
 /// The order of the two texts by code unit, after lower-casing with kCFCompareCaseInsensitive.
 CFComparisonResult CFStringCompare(CFStringRef a, CFStringRef b, CFStringCompareFlags flags);

@@ -16,7 +16,6 @@ namespace {
 constexpr std::size_t kCopyBufferBytes = 65536;
 // Everything but the set-user-id, set-group-id and sticky bits.
 constexpr mode_t kCopiedModeBits = 0xF1FF;
-constexpr mode_t kPermissionBits = 0777;
 
 timeval microsecondsFrom(const timespec& time)
 {
@@ -31,7 +30,7 @@ int copyOpened(int source, const char* dest, const struct stat& info)
     const int target = open(dest, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode);
     int err = target < 0 ? errno : 0;
     // The mode that open was given went through the umask, and an older file kept its own.
-    if (err == 0 && fchmod(target, mode & kPermissionBits) != 0)
+    if (err == 0 && fchmod(target, mode) != 0)
         err = errno;
     if (err == 0)
         err = MoreUNIXCopyDescriptorToDescriptor(source, target);

@@ -1,5 +1,6 @@
 // The runners of command-line tools, against the real unzip and archives made by the real zip.
 #include "Cocoa2CarbonLib/Cocoa2Carbon.h"
+#include "Cocoa2CarbonLib/ToolRequests.h"
 #include "tests/support/FakeHome.h"
 #include "tests/support/TempDir.h"
 
@@ -172,6 +173,25 @@ TEST(C2C_UnzipFile, LeavesNoZombie)
     EXPECT_EQ(C2C_UnzipFile("/nowhere/a.zip", "/nowhere"), 0);
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
     EXPECT_EQ(errno, ECHILD);
+}
+
+TEST(ToolRequests, StartUnzipWithExactlyItsArguments)
+{
+    const ChildRequest request = unzipRequest("/work/a b.zip", "/target");
+    EXPECT_EQ(request.program, "/usr/bin/unzip");
+    EXPECT_EQ(request.arguments, (std::vector<std::string> {"-o", "/work/a b.zip", "-d", "/target"}));
+    EXPECT_EQ(request.droppedVariables, (std::vector<std::string_view> {"UNZIP", "UNZIPOPT", "ZIPINFO"}));
+    EXPECT_TRUE(request.withoutTerminal);
+}
+
+TEST(ToolRequests, StartTheInstallerWithExactlyItsArguments)
+{
+    const ChildRequest request = installerRequest("/work/a b.pkg", "/");
+    EXPECT_EQ(request.program, "/usr/sbin/installer");
+    EXPECT_EQ(request.arguments, (std::vector<std::string> {"-pkg", "/work/a b.pkg", "-target", "/"}));
+    EXPECT_TRUE(request.droppedVariables.empty());
+    EXPECT_EQ(installerRequest("-x.pkg", "-y").arguments,
+        (std::vector<std::string> {"-pkg", "./-x.pkg", "-target", "./-y"}));
 }
 
 TEST(C2C_InstallerFile, GivesBadParameterForANullArgument)

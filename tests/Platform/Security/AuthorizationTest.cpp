@@ -118,13 +118,25 @@ TEST(AuthorizationExecuteWithPrivileges, SaysWhenTheToolCannotBeExecuted)
     EXPECT_EQ(execute(folder.at("missing"), kNoArguments), errAuthorizationToolExecuteFailure);
     EXPECT_EQ(execute(folder.write("text", "no program"), kNoArguments), errAuthorizationToolExecuteFailure);
     EXPECT_EQ(execute(folder.path(), kNoArguments), errAuthorizationToolExecuteFailure);
-    EXPECT_EQ(execute("relative", kNoArguments), errAuthorizationToolExecuteFailure);
     const fs::path garbage = folder.write("garbage",
         "\x7F"
         "ELF and no more");
     fs::permissions(garbage, fs::perms(0755));
     EXPECT_EQ(execute(garbage, kNoArguments), errAuthorizationToolExecuteFailure);
     expectNoZombie();
+}
+
+TEST(AuthorizationExecuteWithPrivileges, TakesNoRelativePath)
+{
+    const ScopedEnvironment direct("VELMORA_AUTHORIZE", "user");
+    const ScopedTempDir folder;
+    (void)makeTool(folder);
+    const fs::path former = fs::current_path();
+    fs::current_path(folder.path());
+    EXPECT_EQ(execute("tool", kNoArguments), errAuthorizationToolExecuteFailure);
+    EXPECT_EQ(execute("./tool", kNoArguments), errAuthorizationToolExecuteFailure);
+    fs::current_path(former);
+    EXPECT_FALSE(fs::exists(folder.at("ran")));
 }
 
 TEST(AuthorizationExecuteWithPrivileges, WaitsWithEvents)

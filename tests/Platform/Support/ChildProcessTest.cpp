@@ -117,7 +117,15 @@ TEST(ChildProcess, SaysWhyItCouldNotBeStarted)
 
 TEST(ChildProcess, ReadsFromNull)
 {
-    EXPECT_EQ(runShell("[ \"$(readlink /proc/$$/fd/0)\" = /dev/null ]"), 0);
+    const int kept = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 10);
+    ASSERT_GE(kept, 10);
+    const int ours = open("/dev/zero", O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(dup2(ours, STDIN_FILENO), STDIN_FILENO);
+    const int status = runShell("[ \"$(readlink /proc/$$/fd/0)\" = /dev/null ]");
+    ASSERT_EQ(dup2(kept, STDIN_FILENO), STDIN_FILENO);
+    EXPECT_EQ(close(kept), 0);
+    EXPECT_EQ(close(ours), 0);
+    EXPECT_EQ(status, 0);
 }
 
 TEST(ChildProcess, InheritsNoDescriptorButTheStandardOnes)
