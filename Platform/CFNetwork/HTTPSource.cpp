@@ -99,7 +99,9 @@ SInt32 HTTPSource::responseStatus() const
 void HTTPSource::transferDone(CURLcode result)
 {
     m_finalStatus = responseStatus();
-    m_state = result == CURLE_OK ? BodyState::ended : BodyState::failed;
+    // A connection that ends within the header fields is no answer, though libcurl takes it for one without a
+    // body.
+    m_state = result == CURLE_OK && m_headersComplete ? BodyState::ended : BodyState::failed;
     m_easy.reset();
     m_onChange();
 }
@@ -113,6 +115,10 @@ bool HTTPSource::acceptHeader(std::string_view line)
     }
     if (kind >= 2)
         m_sawFinalAnswer = true;
+    if (kind != 0)
+        m_headersComplete = false;
+    else if (line == "\r\n" || line == "\n")
+        m_headersComplete = true;
     m_headerBytes += line.size();
     return m_headerBytes <= kMaxHeaderBytes;
 }

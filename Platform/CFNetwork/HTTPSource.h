@@ -39,7 +39,8 @@ private:
     BodyBuffer m_buffer;
     BodyState m_state = BodyState::running;
     bool m_paused = false;
-    std::size_t m_headerBytes = 0; ///< of the current request's answers
-    bool m_sawFinalAnswer = false; ///< a status line of 200 or above came for the current request
-    SInt32 m_finalStatus = 0;      ///< set when the transfer is done
+    std::size_t m_headerBytes = 0;  ///< of the current request's answers
+    bool m_sawFinalAnswer = false;  ///< a status line of 200 or above came for the current request
+    bool m_headersComplete = false; ///< the empty line after the last answer's header fields came
+    SInt32 m_finalStatus = 0;       ///< set when the transfer is done
 };

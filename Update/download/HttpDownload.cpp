@@ -5,6 +5,8 @@
 #include "Platform/Lumen/LumFile.h"
 #include "Update/download/UrlRules.h"
 
+#include <algorithm>
+
 namespace {
 
 constexpr SInt32 kStatusPreparing = 1;
@@ -121,13 +123,19 @@ void CHttpDownload::dropStream()
     m_stream = nullptr;
 }
 
+/// In seconds. A negative one would never end.
+EventTimerInterval CHttpDownload::timeout() const
+{
+    return std::max(m_timeoutMs, 0) * 0.001;
+}
+
 void CHttpDownload::startTimer(int synchronous)
 {
     if (synchronous)
         return;
     // Without a timer the download runs all the same, only without a time-out.
     (void)InstallEventLoopTimer(
-        GetCurrentEventLoop(), m_timeoutMs * 0.001, 0, _st_networkTimeoutTimerUPP.get(), this, &m_timer);
+        GetCurrentEventLoop(), timeout(), 0, _st_networkTimeoutTimerUPP.get(), this, &m_timer);
 }
 
 void CHttpDownload::removeTimer()

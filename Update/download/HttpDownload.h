@@ -68,6 +68,7 @@ private:
 
     int PrepareDownload(const UniChar* url, int synchronous);
     bool openStream(int synchronous);
+    EventTimerInterval timeout() const;
     void startTimer(int synchronous);
     void removeTimer();
     void dropStream();

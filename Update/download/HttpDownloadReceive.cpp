@@ -73,7 +73,7 @@ void CHttpDownload::receiveChunk(CFReadStreamRef stream)
     }
     m_receivedSize = addReceivedBytes(m_receivedSize, count);
     if (m_timer)
-        (void)SetEventLoopTimerNextFireTime(m_timer, m_timeoutMs * 0.001); // it is installed: cannot fail
+        (void)SetEventLoopTimerNextFireTime(m_timer, timeout()); // it is installed: cannot fail
     if (m_callback && m_callback(kDownloadChunkEvent, count, m_callbackUserData) == 0)
         TerminateDownload(kDownloadCancelled, 1);
 }

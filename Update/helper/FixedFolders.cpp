@@ -42,7 +42,11 @@ CLumStringW childFolder(const FSRef& parent, std::u16string_view name)
     std::array<UInt8, kMaxSubFolderPathBytes> bytes {};
     if (error != noErr || FSRefMakePath(&child, bytes.data(), kMaxSubFolderPathBytes) != noErr)
         return {};
+    // Something else than a folder may stand there.
+    Boolean isFolder = 0;
     std::u16string path;
+    if (FSPathMakeRef(bytes.data(), &child, &isFolder) != noErr || !isFolder)
+        return {};
     if (!wideFromPath(reinterpret_cast<const char*>(bytes.data()), path))
         return {};
     return CLumStringW(path);
