@@ -169,6 +169,18 @@ TEST(CFReadStream, SendsTheMinimumOfHeaderFields)
             {"host", "127.0.0.1:" + std::to_string(server.port())}, {"accept", "*/*"}}));
 }
 
+TEST(CFReadStream, HostNamesAreLookedUp)
+{
+    ScopedServer server;
+    server.on("/a", answer::ok("by name"));
+    const std::string url = "http://localhost:" + std::to_string(server.port()) + "/a";
+    const CFRef scheduled = makeStream(url);
+    StreamReader reader(scheduled);
+    ASSERT_TRUE(reader.run());
+    EXPECT_EQ(reader.body(), "by name");
+    EXPECT_EQ(pollToEnd(makeStream(url)).body, "by name");
+}
+
 TEST(CFReadStream, AsksTheProxyOfTheEnvironment)
 {
     ScopedServer proxy;

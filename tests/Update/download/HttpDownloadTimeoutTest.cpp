@@ -61,17 +61,17 @@ TEST_P(CHttpDownloadTimeout, SilentServerEndsWithCode0xF000)
 TEST_P(CHttpDownloadTimeout, CountsFromTheLastChunk)
 {
     ScopedServer server;
-    // Ten pieces, together longer than the time-out, each well within it.
+    // Fifteen pieces, together longer than the time-out, each well within it.
     server.on("/a",
         ServerScript()
             .send(answer::head(200, {"Content-Length: 10"}))
             .sendSlowly("0123456789", 1, milliseconds(100)));
-    CHttpDownload downloader(600, 0);
+    CHttpDownload downloader(1000, 0);
     DownloadLog log(downloader);
     const milliseconds time = timeOf(downloader, log, GetParam(), server.wideUrl("/a"));
     EXPECT_THAT(log.ends(), ElementsAre(DownloadCall {0, 0}));
-    EXPECT_EQ(receivedBytes(downloader), "0123456789");
-    EXPECT_GE(time, milliseconds(900));
+    EXPECT_EQ(receivedBytes(downloader), "0123456789abcde");
+    EXPECT_GE(time, milliseconds(1400));
 }
 
 TEST_P(CHttpDownloadTimeout, StallInTheMiddleEndsWithCode0xF000)
@@ -114,8 +114,8 @@ TEST_P(CHttpDownloadTimeout, DoesNotReachIntoTheNextDownload)
     server.on("/slow",
         ServerScript()
             .send(answer::head(200, {"Content-Length: 4"}))
-            .sendSlowly("slow", 1, milliseconds(150)));
-    CHttpDownload downloader(400, 0);
+            .sendSlowly("slow", 1, milliseconds(300)));
+    CHttpDownload downloader(800, 0);
     {
         DownloadLog log(downloader);
         (void)timeOf(downloader, log, 0, server.wideUrl("/fast"));
