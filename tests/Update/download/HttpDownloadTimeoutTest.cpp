@@ -64,8 +64,8 @@ TEST_P(CHttpDownloadTimeout, CountsFromTheLastChunk)
     // Fifteen pieces, together longer than the time-out, each well within it.
     server.on("/a",
         ServerScript()
-            .send(answer::head(200, {"Content-Length: 10"}))
-            .sendSlowly("0123456789", 1, milliseconds(100)));
+            .send(answer::head(200, {"Content-Length: 15"}))
+            .sendSlowly("0123456789abcde", 1, milliseconds(100)));
     CHttpDownload downloader(1000, 0);
     DownloadLog log(downloader);
     const milliseconds time = timeOf(downloader, log, GetParam(), server.wideUrl("/a"));
