@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <utility>
 
 const CFStringRef kAlertDefaultOKText = CFStringCreateWithView(u"OK");
 
@@ -26,6 +27,13 @@ struct OpaqueDialogPtr {
 namespace {
 
 bool g_isUnattended = false;
+
+// Never destroyed: an alert may be shown while static objects of a program go.
+AlertListener& listener()
+{
+    static auto* const kListener = new AlertListener;
+    return *kListener;
+}
 
 QString textOf(CFStringRef string)
 {
@@ -128,6 +136,8 @@ OSStatus RunStandardAlert(DialogRef alert, SInt16* itemHit)
 {
     VELMORA_ASSERT(alert);
     const std::unique_ptr<OpaqueDialogPtr> owner(alert);
+    if (listener())
+        listener()(CFStringGetView(alert->message));
     if (g_isUnattended)
         print(*alert);
     else
@@ -140,4 +150,9 @@ OSStatus RunStandardAlert(DialogRef alert, SInt16* itemHit)
 void SetAlertsUnattended(bool unattended)
 {
     g_isUnattended = unattended;
+}
+
+void SetAlertListener(AlertListener newListener)
+{
+    listener() = std::move(newListener);
 }

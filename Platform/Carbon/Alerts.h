@@ -3,6 +3,9 @@
 
 #include "Platform/CoreFoundation/CFString.h"
 
+#include <functional>
+#include <string_view>
+
 using DialogRef = struct OpaqueDialogPtr*;
 using AlertType = SInt16;
 enum : AlertType { kAlertStopAlert = 0 };
@@ -40,3 +43,7 @@ OSStatus RunStandardAlert(DialogRef alert, SInt16* itemHit);
 
 /// Unattended mode: alerts are printed and answered with their default button. Off at the start.
 void SetAlertsUnattended(bool unattended);
+
+/// Is told each alert's message before the alert is shown or printed; an empty one ends that.
+using AlertListener = std::function<void(std::u16string_view message)>;
+void SetAlertListener(AlertListener listener);
