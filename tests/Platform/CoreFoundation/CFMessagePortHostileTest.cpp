@@ -208,6 +208,17 @@ TEST_F(CFMessagePortServer, SenderMayVanishWhileItIsServed)
     EXPECT_TRUE(stillServes());
 }
 
+TEST_F(CFMessagePortServer, ReplyAboveTheLimitIsNotSent)
+{
+    m_recorder.answer = [](CFMessagePortRef) {
+        return static_cast<CFDataRef>(CFRetain(dataOf(std::string(65537, 'r')).get()));
+    };
+    const Descriptor socket = connectByHand(m_home);
+    ASSERT_TRUE(sendByHand(socket, frame(1, "x")));
+    EXPECT_TRUE(isClosedUnanswered(socket));
+    EXPECT_EQ(m_recorder.requests.size(), 1u);
+}
+
 TEST_F(CFMessagePortServer, MayBeInvalidatedWithConnectionsInEveryState)
 {
     const Descriptor idle = connectByHand(m_home);

@@ -4,11 +4,15 @@
 #include <QCoreApplication>
 #include <QTimer>
 
-#include <algorithm>
 #include <csignal>
+#include <poll.h>
 #include <set>
+#include <sys/file.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 using namespace port_test;
 
@@ -89,10 +93,13 @@ TEST_F(CFMessagePort, PayloadsUpToTheLimitGoBothWays)
 
 TEST_F(CFMessagePort, LongerRequestIsNotSent)
 {
-    const auto server = makeServer();
-    EXPECT_EQ(request(makeRemote(), 1, std::string(65537, 'a')).status, kCFMessagePortTransportError);
-    (void)CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0.05, false);
-    EXPECT_TRUE(m_recorder.requests.empty());
+    const Descriptor listener = listenByHand(m_home);
+    const auto remote = makeRemote();
+    const Descriptor look(
+        ::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC)); // whether anybody listens
+    EXPECT_EQ(request(remote, 1, std::string(65537, 'a')).status, kCFMessagePortTransportError);
+    pollfd incoming {listener.get(), POLLIN, 0};
+    EXPECT_EQ(::poll(&incoming, 1, 0), 0) << "nothing was even connected";
 }
 
 TEST_F(CFMessagePort, LongerReplyIsRefused)
@@ -199,6 +206,15 @@ TEST_F(CFMessagePort, ListenerWithoutTheLockKeepsItsNameAsWell)
     ASSERT_TRUE(listener);
     EXPECT_FALSE(makeServer());
     EXPECT_TRUE(exists(socketPath()));
+}
+
+TEST_F(CFMessagePort, WhoHoldsTheLockOwnsTheName)
+{
+    const Descriptor lock(::open((socketPath() + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    ASSERT_EQ(::flock(lock.get(), LOCK_EX), 0);
+    EXPECT_FALSE(makeServer());
+    ASSERT_EQ(::flock(lock.get(), LOCK_UN), 0);
+    EXPECT_TRUE(makeServer());
 }
 
 TEST_F(CFMessagePort, FileUnderItsNameIsLeftAlone)
@@ -312,6 +328,7 @@ TEST_F(CFMessagePort, CallbackMayReleaseItsPort)
     auto server = makeServer();
     m_recorder.answer = [&](CFMessagePortRef port) {
         server = nullptr;
+        CFMessagePortInvalidate(port); // it lives as long as its callback runs
         return fourZeroBytes(port);
     };
     const auto remote = makeRemote();
