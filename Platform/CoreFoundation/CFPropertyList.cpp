@@ -1,24 +1,59 @@
-// Property lists from memory.
+// Property lists from files, in either form.
 #include "Platform/CoreFoundation/CFPropertyList.h"
 
 #include "Platform/CoreFoundation/CFPropertyListReading.h"
 #include "Platform/CoreFoundation/XMLReader.h"
+#include "Platform/Support/Descriptor.h"
+#include "Platform/Support/Unicode.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <vector>
 
-CFTypeRef createPropertyList(std::span<const UInt8> bytes)
+namespace {
+
+/// Reads the whole of a regular file of at most kMaxDocumentBytes.
+bool readFile(const char* path, std::vector<UInt8>& bytes)
+{
+    // Without blocking: what lies there may be a pipe that nobody writes to.
+    const Descriptor file(::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status = {};
+    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)
+        || status.st_size > static_cast<off_t>(kMaxDocumentBytes))
+        return false;
+    bytes.resize(static_cast<std::size_t>(status.st_size));
+    std::size_t filled = 0;
+    while (filled < bytes.size()) {
+        const ssize_t got = ::read(file.get(), bytes.data() + filled, bytes.size() - filled);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0) // cut short while it was read: half a list is none
+            return false;
+        filled += static_cast<std::size_t>(got);
+    }
+    return true;
+}
+
+} // namespace
+
+CFRef<CFTypeRef> readPropertyList(std::span<const UInt8> bytes)
 {
     if (bytes.size() > kMaxDocumentBytes)
         return nullptr;
     const bool binary = bytes.size() >= kBinaryPropertyListMagic.size()
         && std::equal(kBinaryPropertyListMagic.begin(), kBinaryPropertyListMagic.end(), bytes.begin());
-    const CFRef<CFTypeRef> value = binary ? readBinaryPropertyList(bytes) : readXMLPropertyList(bytes);
-    return value ? CFRetain(value) : nullptr;
+    return binary ? readBinaryPropertyList(bytes) : readXMLPropertyList(bytes);
 }
 
-CFTypeRef CFPropertyListCreateFromData(CFDataRef data)
+CFTypeRef CFPropertyListCreateFromFile(CFURLRef file)
 {
-    if (!data)
+    UInt8 path[kMaxPathBytes + 1];
+    std::vector<UInt8> bytes;
+    if (!file || !CFURLGetFileSystemRepresentation(file, true, path, sizeof path)
+        || !readFile(reinterpret_cast<const char*>(path), bytes))
         return nullptr;
-    return createPropertyList({CFDataGetBytePtr(data), static_cast<std::size_t>(CFDataGetLength(data))});
+    const CFRef<CFTypeRef> list = readPropertyList(bytes);
+    return list ? CFRetain(list) : nullptr;
 }

@@ -10,8 +10,8 @@
 inline constexpr std::size_t kMaxPropertyListLevels = 512;
 inline constexpr std::size_t kMaxPropertyListValues = 1'000'000;
 
-/// Reads a list in either form, of at most kMaxDocumentBytes; the caller owns it.
-CFTypeRef createPropertyList(std::span<const UInt8> bytes);
+/// Reads a list in either form; null when the bytes are no property list, or pass the bounds.
+CFRef<CFTypeRef> readPropertyList(std::span<const UInt8> bytes);
 
 /// Null when the bytes are no property list in XML, or pass the bounds.
 CFRef<CFTypeRef> readXMLPropertyList(std::span<const UInt8> bytes);

@@ -1,6 +1,8 @@
 // Values to compare property lists with, and lists in the binary form made byte by byte.
 #include "tests/Platform/CoreFoundation/PropertyListSupport.h"
 
+#include "Platform/CoreFoundation/CFPropertyListReading.h"
+
 namespace property_list {
 
 Value text(std::u16string_view value)
@@ -52,9 +54,7 @@ Value dictionary(const std::vector<std::pair<std::u16string, Value>>& pairs)
 
 Value read(std::string_view bytes)
 {
-    const CFRef data = adoptCF(CFDataCreate(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(bytes.data()),
-        static_cast<CFIndex>(bytes.size())));
-    return adoptCF(CFPropertyListCreateFromData(data));
+    return readPropertyList({reinterpret_cast<const UInt8*>(bytes.data()), bytes.size()});
 }
 
 bool reads(std::string_view list, const Value& expected)
