@@ -55,3 +55,11 @@ std::string receivedBytes(const CHttpDownload& downloader)
         ? std::string(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(size))
         : std::string();
 }
+
+std::string longBody(std::size_t size)
+{
+    std::string text(size, '\0');
+    for (std::size_t i = 0; i < size; ++i)
+        text[i] = static_cast<char>(i * 7 + i / 256);
+    return text;
+}

@@ -3,6 +3,7 @@
 
 #include "Update/download/HttpDownload.h"
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <utility>
@@ -36,3 +37,6 @@ private:
 
 /// The bytes received in memory.
 std::string receivedBytes(const CHttpDownload& downloader);
+
+/// A body of `size` bytes that repeats late.
+std::string longBody(std::size_t size);
