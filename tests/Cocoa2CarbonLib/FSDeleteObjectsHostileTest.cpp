@@ -27,7 +27,7 @@ namespace {
 
 constexpr int kDepth = 3000;
 constexpr int kEntries = 10000;
-constexpr int kRaces = 300;
+constexpr int kRaces = 60;
 
 FSRef refTo(const fs::path& path)
 {
