@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <ctime>
 
 using ::testing::ElementsAre;
 
@@ -153,6 +154,21 @@ TEST(CHttpDownloadTimeout, ExpiredTimerStaysSilentAfterTheEnd)
     CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0.2, false);
     EXPECT_THAT(log.ends(), ElementsAre(DownloadCall {0, 0}));
     EXPECT_EQ(downloader.status(), 0);
+}
+
+TEST(CHttpDownloadTimeout, SynchronousDownloadDoesNotBurnTheProcessor)
+{
+    const auto processorMs = [] {
+        timespec used {};
+        ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+        return used.tv_sec * 1000 + used.tv_nsec / 1'000'000;
+    };
+    ScopedServer server;
+    server.on("/a", ServerScript().stall());
+    CHttpDownload downloader(600, 0);
+    const auto before = processorMs();
+    EXPECT_EQ(downloader.Download(server.wideUrl("/a").c_str(), 1, nullptr), 0);
+    EXPECT_LT(processorMs() - before, 300);
 }
 
 TEST(CHttpDownloadTimeout, SynchronousDownloadProcessesNoEvents)
