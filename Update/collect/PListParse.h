@@ -32,7 +32,7 @@ public:
     CPListParse& operator=(const CPListParse&) = delete;
 
     /// Replaces the block of opaque bytes that the owner attached by a copy of `size` bytes at `data`. 0 when
-    /// it could not be allocated or `data` is null (then a block of `size` undefined bytes is kept),
+    /// `size` is negative, memory ran out or `data` is null (then a block of `size` undefined bytes is kept),
     /// otherwise 1.
     int SetUserData(const void* data, int size);
     /// The block, or null; owned by the record.
