@@ -76,6 +76,8 @@ public:
     const CLumStringW& tempDir() const { return m_tempDir; }
 
 private:
+    friend struct InterpreterSubFolder; ///< lets tests name a sub-folder, which no flow does
+
     CFTreeRef findRoot() const;
     bool readSettings(CFTreeRef root);
     bool readDependencies(CFTreeRef root);
@@ -94,7 +96,7 @@ private:
     const CXMLInterpret& topOfChain() const { return const_cast<CXMLInterpret*>(this)->topOfChain(); }
 
     CLumStringW m_tempDir;
-    CLumStringW m_tempSubFolder;
+    CLumStringW m_tempSubFolder; ///< where in the work folder everything goes; a child has its parent's
     SInt32 m_gathered = 0;
     SInt32 m_status = 1;
     CConstants m_constants;

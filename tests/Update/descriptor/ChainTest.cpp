@@ -34,20 +34,13 @@ DescriptorBuilder makeChain(const Suite& suite, int levels, AddLink addLink)
     return top.file(fileNamed("Top"));
 }
 
-/// Gives each of `count` bundles sections for all of them; none is cut for being on the chain before every
-/// one is.
-std::vector<fs::path> makeTangle(const Suite& suite, int count)
+/// Sections for every bundle of a tangle, each of which points at all of them.
+DescriptorBuilder sectionsFor(const std::vector<fs::path>& bundles)
 {
-    std::vector<fs::path> bundles;
-    for (int i = 0; i < count; ++i)
-        bundles.push_back(suite.bundle("T" + std::to_string(i)));
-    for (int i = 0; i < count; ++i) {
-        DescriptorBuilder descriptor;
-        for (const fs::path& bundle : bundles)
-            descriptor.section(bundle);
-        (void)suite.offer("T" + std::to_string(i), descriptor);
-    }
-    return bundles;
+    DescriptorBuilder descriptor;
+    for (const fs::path& bundle : bundles)
+        descriptor.section(bundle);
+    return descriptor;
 }
 
 } // namespace
@@ -168,14 +161,28 @@ TEST(ChainDeathTest, FitsAStackOfOneMebibyte)
     EXPECT_EXIT(runOnSmallStack(), testing::ExitedWithCode(0), "");
 }
 
-TEST(Chain, LimitsWhatBundlesThatPointAtEachOtherInManyWaysCost)
+TEST(Chain, FollowsEveryWayThroughATangleWithoutGoingInCircles)
 {
     const Suite suite;
-    // Nine bundles could be walked in 986,409 ways.
-    const std::vector<fs::path> bundles = makeTangle(suite, 9);
-    DescriptorBuilder descriptor;
-    descriptor.file(fileNamed("Top")).section(bundles[0]);
-    const auto interpreter = suite.load(descriptor.xml());
-    EXPECT_TRUE(suite.parse(*interpreter));
-    EXPECT_LT(interpreter->filesToUpdate().size(), 2100U);
+    const std::vector<fs::path> bundles {suite.bundle("A"), suite.bundle("B"), suite.bundle("C")};
+    for (const char* name : {"A", "B", "C"})
+        (void)suite.offer(name, sectionsFor(bundles));
+    const auto interpreter = suite.parsed(sectionsFor(bundles).file(fileNamed("Top")));
+    // A alone, A before B and C, A before C and B, and so for the other two.
+    EXPECT_EQ(namesOf(*interpreter),
+        (Names {"Top", "A", "B", "C", "C", "B", "B", "A", "C", "C", "A", "C", "A", "B", "B", "A"}));
+    EXPECT_EQ(suite.fetched(), 3U);
+}
+
+TEST(Chain, LimitsWhatIsInterpretedBelowOneProduct)
+{
+    const Suite suite;
+    // Leaves room for one and a half bundles, whose own descriptors are small.
+    suite.pretendFetched("Large", 67'108'864 - 32'768 - 49'152);
+    DescriptorBuilder top;
+    top.section(suite.install("Large"));
+    for (const char* name : {"First", "Second", "Third"})
+        top.section(suite.offer(name));
+    EXPECT_EQ(namesOf(*suite.parsed(top)), (Names {"First", "Second"}));
+    EXPECT_EQ(suite.fetched(), 3U);
 }

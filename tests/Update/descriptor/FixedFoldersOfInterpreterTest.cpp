@@ -7,6 +7,13 @@
 using namespace std::string_view_literals;
 namespace fs = std::filesystem;
 
+struct InterpreterSubFolder {
+    static void set(CXMLInterpret& interpreter, const UniChar* name)
+    {
+        interpreter.m_tempSubFolder = CLumStringW(name);
+    }
+};
+
 namespace {
 
 mode_t modeOf(const fs::path& path)
@@ -220,4 +227,46 @@ TEST(ClearAllFileInFixedDir, FollowsNoSymbolicLink)
     fs::create_directory_symlink(elsewhere, suite.workFolder());
     EXPECT_FALSE(interpreter.ClearAllFileInFixedDir());
     EXPECT_TRUE(fs::exists(elsewhere / "kept"));
+}
+
+TEST(TempSubFolder, HoldsTheWork)
+{
+    const Suite suite;
+    CXMLInterpret interpreter(nullptr);
+    InterpreterSubFolder::set(interpreter, u"sub");
+    EXPECT_TRUE(interpreter.InitFixedConst(nullptr));
+    EXPECT_EQ(mapped(interpreter, u"%updatertemp%"), (suite.workFolder() / "sub").u16string());
+    EXPECT_TRUE(interpreter.RealCreateDir());
+    EXPECT_TRUE(fs::is_directory(suite.workFolder() / "sub"));
+    EXPECT_TRUE(interpreter.RealCreateDir());
+    EXPECT_TRUE(interpreter.ClearAllFileInFixedDir());
+    EXPECT_FALSE(fs::exists(suite.workFolder() / "sub"));
+    EXPECT_TRUE(fs::exists(suite.workFolder()));
+}
+
+TEST(TempSubFolder, IsAChildsToo)
+{
+    const Suite suite;
+    DescriptorFile file = fileNamed("extra");
+    file.unzip = "%updatertemp%/x.zip";
+    const auto interpreter = suite.load(
+        DescriptorBuilder().section(suite.offer("Section", DescriptorBuilder().file(file))).xml());
+    InterpreterSubFolder::set(*interpreter, u"sub");
+    EXPECT_TRUE(suite.parse(*interpreter));
+    EXPECT_EQ(interpreter->filesToUpdate()[0]->GetActionByType(4)->location().view(),
+        (suite.workFolder() / "sub/x.zip").u16string());
+}
+
+TEST(TempSubFolder, IsNotSoughtBehindASymbolicLink)
+{
+    const Suite suite;
+    CXMLInterpret interpreter(nullptr);
+    InterpreterSubFolder::set(interpreter, u"sub");
+    EXPECT_TRUE(interpreter.InitFixedConst(nullptr));
+    fs::remove_all(suite.workFolder());
+    (void)suite.home().folder().write("elsewhere/sub/kept", "x");
+    fs::create_directory_symlink(suite.home().folder().at("elsewhere"), suite.workFolder());
+    EXPECT_FALSE(interpreter.ClearAllFileInFixedDir());
+    EXPECT_TRUE(fs::exists(suite.home().folder().at("elsewhere/sub/kept")));
+    EXPECT_FALSE(interpreter.RealCreateDir());
 }

@@ -64,6 +64,14 @@ std::filesystem::path Suite::offer(std::string_view name, DescriptorBuilder desc
     return install(name);
 }
 
+void Suite::pretendFetched(std::string_view name, std::uintmax_t bytes) const
+{
+    const std::string file = "Update_" + std::string(name) + "_1.0.0.0_Mac.xml";
+    std::filesystem::resize_file(
+        m_home.folder().write("cache/com.Velmora.Tandem.XMLFile/" + file, "<UPDATEINFO>"), bytes);
+    fetchedList().emplace_back(u"file://" + (m_home.folder().at("site") / file).u16string());
+}
+
 std::unique_ptr<CXMLInterpret> Suite::load(std::string_view xml) const
 {
     const std::filesystem::path path = m_home.folder().write("top.xml", xml);

@@ -31,6 +31,9 @@ public:
     /// Installs version 1.0.0.0 and publishes a descriptor that offers version 2.0.0.0 with one file.
     std::filesystem::path offer(std::string_view name, DescriptorBuilder descriptor = {}) const;
 
+    /// Puts a descriptor of that size, which does not parse, where a fetch would have put it.
+    void pretendFetched(std::string_view name, std::uintmax_t bytes) const;
+
     /// An interpreter on the product's descriptor.
     std::unique_ptr<CXMLInterpret> load(std::string_view xml) const;
     /// Interprets it for the product on top.
