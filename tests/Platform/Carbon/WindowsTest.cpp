@@ -312,6 +312,21 @@ TEST_F(CarbonWindows, KeyHandlerMayDisposeTheWindow)
     EXPECT_THAT(keys.keys, ElementsAre(13));
 }
 
+TEST_F(CarbonWindows, KeyThatDisposedTheWindowReachesNoControl)
+{
+    create();
+    listen();
+    auto* edit = new QLineEdit(window);
+    ShowWindow(window);
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window));
+    edit->setFocus();
+    keys.disposes = std::exchange(window, nullptr);
+    QKeyEvent key(QEvent::KeyPress, Qt::Key_A, Qt::NoModifier, "a");
+    QCoreApplication::sendEvent(edit->window()->windowHandle(), &key);
+    EXPECT_THAT(keys.keys, ElementsAre('a'));
+    EXPECT_EQ(edit->text(), "");
+}
+
 TEST_F(CarbonWindows, DisposedWindowGivesNoKeys)
 {
     create();

@@ -165,6 +165,26 @@ TEST_F(PAuProductsTree, UncheckingTheLastChildLeavesTheBranchChecked)
     EXPECT_THAT(chosen(), ElementsAre(scene.products[studio][0]));
 }
 
+TEST_F(PAuProductsTree, UncheckedBranchLeavesOutEvenItsCheckedChildren)
+{
+    CPListParse* maps = scene.product({{.ownerCode = kSection, .title = "North"}});
+    scene.product({{.title = "Studio"}, {.ownerCode = kSection, .title = "Looks"}});
+    show();
+    branch(1)->setData(0, Qt::UserRole, 0x2000);
+    ASSERT_EQ(state(child(1, 0)), 0x1000);
+    EXPECT_THAT(chosen(), ElementsAre(scene.products[maps][0]));
+}
+
+TEST_F(PAuProductsTree, UncheckingAChildLeavesAnUncheckedBranchUnchecked)
+{
+    scene.product({{.title = "Studio"}, {.ownerCode = kSection, .title = "Looks"}});
+    show();
+    branch(0)->setData(0, Qt::UserRole, 0x2000);
+    clickBox(child(0, 0));
+    EXPECT_EQ(state(child(0, 0)), 0x2000);
+    EXPECT_EQ(state(branch(0)), 0x2000);
+}
+
 TEST_F(PAuProductsTree, FixedCommonBranchCannotBeUncheckedButItsChildrenCan)
 {
     scene.addMandatory({.name = "core"});
