@@ -13,6 +13,7 @@ public:
         std::string installer;                                   ///< started directly
         std::string privilegedInstaller = "/usr/sbin/installer"; ///< started through pkexec
         std::string pkexec = "/usr/bin/pkexec";
+        bool isAdministrator = false; ///< there are no more rights to ask for
     };
 
     explicit PackageRunner(Programs programs);
