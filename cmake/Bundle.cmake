@@ -1,6 +1,8 @@
 # The plug-in's bundle, laid out below the build folder as it is installed.
 set(TANDEM_BUNDLE ${CMAKE_BINARY_DIR}/bundle/Update.bundle)
+add_custom_target(bundle_resources) # all but the programs, for those who need no more
 add_custom_target(bundle ALL)
+add_dependencies(bundle bundle_resources)
 
 # tandem_bundle_file(FILE PLACE [TARGET target]): puts FILE (a path, or a generator expression of TARGET's) into the
 # bundle at PLACE, a path below Contents.
@@ -13,7 +15,11 @@ function(tandem_bundle_file file place)
         VERBATIM)
     string(MAKE_C_IDENTIFIER "bundle_${place}" step)
     add_custom_target(${step} DEPENDS ${staged})
-    add_dependencies(bundle ${step})
+    if(ARG_TARGET)
+        add_dependencies(bundle ${step})
+    else()
+        add_dependencies(bundle_resources ${step})
+    endif()
 endfunction()
 
 # tandem_bundle_program(TARGET): puts the program or module that TARGET builds into Contents/Linux.
