@@ -40,6 +40,6 @@ public:
     }
 
 private:
-    std::vector<UInt8> m_bytes;
+    std::vector<char> m_bytes;
     std::size_t m_taken = 0; ///< how many bytes at the front were read already
 };

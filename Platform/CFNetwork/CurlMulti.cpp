@@ -109,10 +109,8 @@ void CurlMulti::drive(int maxWaitMs)
 int CurlMulti::socketCallback(CURL*, curl_socket_t socket, int what, void* self, void*)
 {
     CurlMulti& multi = *static_cast<CurlMulti*>(self);
-    if (what == CURL_POLL_REMOVE)
-        multi.unwatch(socket);
-    else
-        multi.watch(socket, (what & CURL_POLL_IN) != 0, (what & CURL_POLL_OUT) != 0);
+    multi.watch(
+        socket, (what & CURL_POLL_IN) != 0, (what & CURL_POLL_OUT) != 0); // CURL_POLL_REMOVE has neither
     return 0;
 }
 
@@ -123,21 +121,6 @@ void CurlMulti::watch(curl_socket_t socket, bool reads, bool writes)
     watch.writes = writes;
     notify(watch.readNotifier, socket, reads, QSocketNotifier::Read, CURL_CSELECT_IN);
     notify(watch.writeNotifier, socket, writes, QSocketNotifier::Write, CURL_CSELECT_OUT);
-}
-
-void CurlMulti::unwatch(curl_socket_t socket)
-{
-    const auto found = m_watches.find(socket);
-    if (found == m_watches.end())
-        return;
-    // libcurl may ask for this while one of the two notifiers is telling: they go when that is over.
-    for (QSocketNotifier* notifier : {found->second.readNotifier, found->second.writeNotifier}) {
-        if (!notifier)
-            continue;
-        notifier->setEnabled(false);
-        notifier->deleteLater();
-    }
-    m_watches.erase(found);
 }
 
 void CurlMulti::notify(QSocketNotifier*& notifier, curl_socket_t socket, bool wanted, int type, int events)

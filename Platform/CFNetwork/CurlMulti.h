@@ -40,7 +40,9 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
-    /// What libcurl waits for on a socket, and the event loop's ends of that.
+    /// What libcurl waits for on a socket, and the event loop's ends of that. It stays, switched off, when
+    /// libcurl is done with the socket: the next one of that number takes it over. So pauses make no new
+    /// notifiers, and none ends while it is telling.
     struct Watch {
         bool reads = false;
         bool writes = false;
@@ -52,7 +54,6 @@ private:
     static int socketCallback(CURL* easy, curl_socket_t socket, int what, void* self, void* socketData);
     static int timerCallback(CURLM* multi, SInt64 timeoutMs, void* self);
     void watch(curl_socket_t socket, bool reads, bool writes);
-    void unwatch(curl_socket_t socket);
     void notify(QSocketNotifier*& notifier, curl_socket_t socket, bool wanted, int type, int events);
     void setDeadline(SInt64 timeoutMs);
     void deadlineReached();
