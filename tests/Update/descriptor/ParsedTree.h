@@ -4,8 +4,9 @@
 #include "Platform/CoreFoundation/CFRef.h"
 #include "Platform/CoreFoundation/CFXMLNode.h"
 
-#include <string>
 #include <string_view>
+
+class CConstants;
 
 class ParsedTree {
 public:
@@ -18,6 +19,5 @@ private:
     CFRef<CFXMLTreeRef> m_document;
 };
 
-/// A "CONSTANTS" table with one constant.
-class CConstants;
+/// A table with one constant.
 CConstants constantsWith(std::u16string_view name, std::u16string_view value);
