@@ -155,14 +155,14 @@ write_descriptor()
     cat > "$(descriptor_path "$1" "$2" "$3")" <<XML
 <?xml version="1.0" encoding="UTF-8"?>
 <UPDATEINFO>
-    <CONSTANTS><constant name="%archive%" value="%updatertemp%/$6.zip"/></CONSTANTS>
+    <CONSTANTS><constant name="%file%" value="$6"/></CONSTANTS>
     <GENERAL><TYPE>$5</TYPE><VERSION>$4</VERSION></GENERAL>
     $8
     <FILES>
         <FILE name="$(escape_xml "$2")" check="version" version="$4" size="$7" title="$title">
-            <action type="download"><destination>%archive%</destination><location>$6-$4.zip</location></action>
-            <action type="unzip"><location>%archive%</location></action>
-            <action type="run"><filetype>setup</filetype><location>%updatertemp%/$6.pkg</location></action>
+            <action type="download"><destination>%updatertemp%/%file%.zip</destination><location>$6-$4.zip</location></action>
+            <action type="unzip"><location>%updatertemp%/%file%.zip</location></action>
+            <action type="run"><filetype>setup</filetype><location>%updatertemp%/%file%.pkg</location></action>
         </FILE>
     </FILES>
 </UPDATEINFO>
