@@ -10,8 +10,8 @@ enum class HostMode { resident, check, update, help };
 struct HostOptions {
     HostMode mode = HostMode::resident;
     bool unattended = false; ///< only with HostMode::update
-    std::string plugin {};      ///< a bundle's folder; empty for the carried one
-    std::string pictures {};    ///< a folder for pictures of the windows; empty for none
+    std::string plugin {};   ///< a bundle's folder; empty for the carried one
+    std::string pictures {}; ///< a folder for pictures of the windows; empty for none
 
     friend bool operator==(const HostOptions&, const HostOptions&) = default;
 };

@@ -6,6 +6,15 @@ namespace {
 
 constexpr const char* kPlatformVariable = "QT_QPA_PLATFORM";
 
+QtMessageHandler g_formerHandler = nullptr;
+
+/// Leaves out what the off-screen platform says about each window: nobody sees that window anyway.
+void handleMessage(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    if (!message.startsWith(QLatin1String("This plugin does not support ")))
+        g_formerHandler(type, context, message);
+}
+
 } // namespace
 
 DisplayChoice::DisplayChoice(const HostOptions& options)
@@ -17,6 +26,12 @@ DisplayChoice::DisplayChoice(const HostOptions& options)
     const bool needsWindows = options.mode != HostMode::check && m_anyDisplay;
     (void)qputenv(
         kPlatformVariable, needsWindows ? "wayland;xcb;offscreen" : "offscreen"); // fails without memory only
+}
+
+void DisplayChoice::quietenOffscreen()
+{
+    if (QGuiApplication::platformName() == QLatin1String("offscreen"))
+        g_formerHandler = qInstallMessageHandler(handleMessage);
 }
 
 void DisplayChoice::leaveEnvironment() const

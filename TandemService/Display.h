@@ -12,6 +12,8 @@ public:
     /// Takes the choice out of the environment again, once the application object is there: programs that
     /// this one starts choose for themselves.
     void leaveEnvironment() const;
+    /// Drops the off-screen platform's remarks about what it does not support.
+    static void quietenOffscreen();
     /// True when a user can see and answer windows, or a platform was named on purpose.
     bool canShowWindows() const;
 

@@ -68,5 +68,6 @@ int runHost(int& argc, char** argv)
     const QApplication application(onlyName, argv);
     QApplication::setApplicationDisplayName(QStringLiteral("Velmora Tandem"));
     display.leaveEnvironment();
+    DisplayChoice::quietenOffscreen();
     return static_cast<int>(run(*options, display));
 }

@@ -27,6 +27,11 @@ bool MessageDesk::check()
     return m_loader.provider()->GenerateMsg(&m_pool) == 0;
 }
 
+bool MessageDesk::canShow()
+{
+    return message() && m_loader.provider()->CanShowNow(message()) == 0;
+}
+
 bool MessageDesk::open()
 {
     UserMessage* const toOpen = message();

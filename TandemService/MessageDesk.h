@@ -27,6 +27,8 @@ public:
     bool check();
     /// The message to offer, or null.
     UserMessage* message() { return m_pool.first(); }
+    /// Whether the provider still has something to offer for the message.
+    bool canShow();
     /// Hands the message back to its provider. False when there is none, it is open already, or the provider
     /// cannot show it.
     bool open();

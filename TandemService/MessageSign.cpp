@@ -43,15 +43,18 @@ void MessageSign::makeTray()
     m_tray->show();
 }
 
-void MessageSign::show(const std::u16string& text)
+void MessageSign::show(const std::u16string& text, Manner manner)
 {
     if (m_tray) {
         const QString line = QString::fromStdU16String(text);
         m_openAction->setEnabled(true);
         m_tray->setToolTip(line);
-        m_tray->showMessage(QLatin1String(kTitle), line, QSystemTrayIcon::Information);
+        if (manner == Manner::aloud)
+            m_tray->showMessage(QLatin1String(kTitle), line, QSystemTrayIcon::Information);
         return;
     }
+    if (manner == Manner::quiet)
+        return;
     if (m_notification.available()) {
         m_notification.show(kTitle, utf8FromWide(text));
         return;

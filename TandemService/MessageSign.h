@@ -19,11 +19,14 @@ public:
         std::function<void()> quit;  ///< the user ends the host
     };
 
+    /// Aloud tells the user; quiet only makes the message available where the sign stays, in the tray.
+    enum class Manner { aloud, quiet };
+
     explicit MessageSign(Actions actions);
 
     /// Shows that there is a message. Where there is neither tray nor notifications, its text is printed,
     /// with the way to open it.
-    void show(const std::u16string& text);
+    void show(const std::u16string& text, Manner manner);
     void hide();
 
 private:

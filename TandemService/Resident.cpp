@@ -27,10 +27,10 @@ Resident::Resident(const HostOptions& options, const std::string& pluginFolder)
     , m_pluginFolder(pluginFolder)
     , m_services(carriedPrograms(), {.relaunchAsked = [this] { end(); }, .updateEnded = [] {}})
     , m_port(m_services)
-    , m_desk([this] { return m_services.isInstalling(); }, [this] { check(); })
+    , m_desk([this] { return m_services.isInstalling(); }, [this] { check(Manner::quiet); })
 {
     m_timer.setSingleShot(true);
-    QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { check(); });
+    QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { check(Manner::aloud); });
 }
 
 Resident::~Resident() = default;
@@ -40,7 +40,7 @@ ExitStatus Resident::run()
     if (!start())
         return ExitStatus::couldNotRun;
     m_sign = std::make_unique<MessageSign>(MessageSign::Actions {
-        .open = [this] { open(); }, .check = [this] { check(); }, .quit = [this] { stop(); }});
+        .open = [this] { open(); }, .check = [this] { check(Manner::aloud); }, .quit = [this] { stop(); }});
     if (!m_options.pictures.empty())
         m_watcher = std::make_unique<WindowWatcher>(m_options.pictures, [](QWidget&, WindowKind) {});
     QApplication::setQuitOnLastWindowClosed(false);
@@ -68,24 +68,27 @@ bool Resident::start()
     return false;
 }
 
-/// Also called when a message ended: what was declined is offered again, what was installed no longer.
-void Resident::check()
+/// Quiet when a message ended: what was declined can be opened again but is not advertised at once, what was
+/// installed is no longer there.
+void Resident::check(Manner manner)
 {
     if (m_desk.isOpen() || m_services.isInstalling())
         return;
     const bool ran = m_desk.check();
     m_timer.start(ran ? kCheckInterval : kRetryInterval);
     if (const UserMessage* const message = m_desk.message())
-        m_sign->show(message->text());
+        m_sign->show(message->text(), manner);
     else
         m_sign->hide();
 }
 
 void Resident::open()
 {
-    if (m_desk.isOpen() || !m_desk.message())
+    if (m_desk.isOpen())
         return;
     m_sign->hide();
+    if (!m_desk.canShow())
+        return;
     if (!m_desk.open())
         complain("what is offered could not be opened");
 }

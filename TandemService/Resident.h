@@ -27,7 +27,9 @@ public:
 
 private:
     bool start();
-    void check();
+    using Manner = MessageSign::Manner;
+
+    void check(Manner manner);
     void open();
     void end();
 

@@ -152,7 +152,9 @@ InstallResult PayloadExtractor::checkSize(const archive_entry* entry)
     if (fstatvfs(m_folder, &space) != 0)
         return systemFailure("the free space cannot be read", errno);
     const auto freeBlocks = geteuid() == 0 ? space.f_bfree : space.f_bavail;
-    if (bytes / space.f_frsize > freeBlocks)
+    // Some file systems do not say how large they are: there the writing itself tells.
+    const bool known = space.f_blocks > 0 && space.f_frsize > 0;
+    if (known && bytes / space.f_frsize > freeBlocks)
         return {InstallError::noSpace, "there is not enough space"};
     return {};
 }

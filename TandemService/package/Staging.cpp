@@ -82,8 +82,14 @@ InstallResult Staging::openLeft(const InstallTarget& target, const StagingPlace&
 
 bool Staging::remove()
 {
-    // The mark of completion must go last: without it a half-removed folder is litter all the same, so order
-    // does not matter.
+    // Only the folder that was worked in: whoever may write beside the target could have put another in its
+    // place.
+    struct stat mine = {};
+    struct stat there = {};
+    if (!m_folder || fstat(m_folder.get(), &mine) != 0
+        || fstatat(m_place.parent, m_place.name.c_str(), &there, AT_SYMLINK_NOFOLLOW) != 0
+        || mine.st_dev != there.st_dev || mine.st_ino != there.st_ino)
+        return false;
     return removeTreeAt(m_place.parent, m_place.name);
 }
 
