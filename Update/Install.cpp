@@ -45,8 +45,10 @@ void CUpdateInter::installTick()
     const bool succeeded
         = unzipping ? unzipStep(*SelectedFiles[static_cast<std::size_t>(CurrentIndex)]) : runStep();
     // The host's answer was waited for with events: a check or a cancel may have ended this run meanwhile.
-    if (run != m_run)
+    if (run != m_run) {
+        finishMessage(run);
         return;
+    }
     ++StepDone;
     ++CurrentIndex;
     if (!succeeded) {

@@ -70,7 +70,7 @@ FakeHost::FakeHost(
     : m_bundle(home.root() / kBundlePlace)
 {
     writeFile(m_bundle / "Contents/Info.plist", infoPlist(info));
-    writeFile(m_bundle / "Contents/Resources/VelTanRes.UI/VelTanRes.aui", textsForm(texts));
+    setTexts(texts);
     CFBundleSetMainBundle(folderURL(m_bundle));
     m_registered = retainCF(CFBundleGetMainBundle());
 }
@@ -80,6 +80,17 @@ FakeHost::~FakeHost()
     if (m_port)
         CFMessagePortInvalidate(m_port);
     CFBundleSetMainBundle(nullptr);
+}
+
+void FakeHost::setTexts(const HostTexts& texts)
+{
+    writeFile(m_bundle / "Contents/Resources/VelTanRes.UI/VelTanRes.aui", textsForm(texts));
+}
+
+void FakeHost::forgetBundle()
+{
+    CFBundleSetMainBundle(nullptr);
+    m_registered = nullptr;
 }
 
 void FakeHost::openPort()

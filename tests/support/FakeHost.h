@@ -46,6 +46,10 @@ public:
     FakeHost(const FakeHome& home, const std::map<std::string, std::string>& info, const HostTexts& texts = {});
     ~FakeHost();
 
+    /// Writes the host's resource texts anew.
+    void setTexts(const HostTexts& texts);
+    /// Makes the host's bundle one that nobody has opened yet.
+    void forgetBundle();
     /// Serves the setup port from now on.
     void openPort();
 
