@@ -7,6 +7,7 @@
 #include "Update/descriptor/XMLInterpret.h"
 #include "Update/helper/AssistantTool.h"
 #include "Update/ui/PluginResources.h"
+#include "Update/ui/PluginResources.h"
 
 namespace {
 

@@ -2,6 +2,7 @@
 
 #include "Platform/Carbon/Alerts.h"
 #include "Platform/CoreFoundation/CFURL.h"
+#include "Platform/Lumen/CheckTree.h"
 
 #include <QApplication>
 #include <QPushButton>
@@ -182,6 +183,17 @@ void SuiteFixture::press(const char* button)
     auto* const found = window->findChild<QPushButton*>(QString::fromLatin1(button));
     ASSERT_TRUE(found);
     QTest::mouseClick(found, Qt::LeftButton);
+}
+
+void SuiteFixture::toggle(const char* branch)
+{
+    QWidget* const window = windowWith("trev1");
+    ASSERT_TRUE(window);
+    auto* const tree = dynamic_cast<PubLumen::CheckTree*>(window->findChild<QTreeWidget*>("trev1"));
+    ASSERT_TRUE(tree);
+    const auto found = tree->findItems(QString::fromUtf8(branch), Qt::MatchExactly);
+    ASSERT_EQ(found.size(), 1);
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->checkBoxRect(found[0]).center());
 }
 
 void SuiteFixture::updateAll()

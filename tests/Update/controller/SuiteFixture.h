@@ -56,7 +56,9 @@ protected:
     SInt32 check() { return plugin().GenerateMsg(&host()); }
     SInt32 open();
     /// Presses a button of the shown window; fails the test when there is none.
-    void press(const char* button);
+    static void press(const char* button);
+    /// Clicks the check box of a branch of the selection window.
+    static void toggle(const char* branch);
     void confirm() { press("butn_OK"); }
     /// Opens the message, confirms what is offered and waits until the message has ended.
     void updateAll();
