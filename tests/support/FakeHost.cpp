@@ -38,7 +38,8 @@ std::string infoPlist(const std::map<std::string, std::string>& info)
                       "<key>CFBundleIdentifier</key><string>com.velmora.Daemon</string>";
     for (const auto& [key, value] : info)
         out += "<key>" + escaped(key) + "</key>"
-            + (key == "servertimeout" ? "<integer>" + value + "</integer>" : "<string>" + escaped(value) + "</string>");
+            + (key == "servertimeout" ? "<integer>" + value + "</integer>"
+                                      : "<string>" + escaped(value) + "</string>");
     return out + "</dict></plist>";
 }
 
@@ -52,8 +53,8 @@ std::string textsForm(const HostTexts& texts)
 {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?><ui version=\"4.0\"><class>Texts</class>"
            "<widget class=\"QWidget\" name=\"Texts\">"
-        + label(618, texts.one) + label(620, texts.several) + label(622, texts.success) + label(625, texts.failure)
-        + "</widget></ui>";
+        + label(618, texts.one) + label(620, texts.several) + label(622, texts.success)
+        + label(625, texts.failure) + "</widget></ui>";
 }
 
 CFRef<CFURLRef> folderURL(const std::filesystem::path& folder)
@@ -114,8 +115,8 @@ CFDataRef FakeHost::serve(CFMessagePortRef, SInt32 messageId, CFDataRef data, vo
     PortRequest request;
     request.id = messageId;
     if (data)
-        request.payload.assign(
-            reinterpret_cast<const char*>(CFDataGetBytePtr(data)), static_cast<std::size_t>(CFDataGetLength(data)));
+        request.payload.assign(reinterpret_cast<const char*>(CFDataGetBytePtr(data)),
+            static_cast<std::size_t>(CFDataGetLength(data)));
     self->requests.push_back(request);
     const SInt32 value = self->answer ? self->answer(request) : 0;
     UInt8 bytes[sizeof value];

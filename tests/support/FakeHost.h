@@ -1,4 +1,5 @@
-// A host for the plug-in object: its bundle and resources, container, message pool and setup port, all recorded.
+// A host for the plug-in object: its bundle and resources, container, message pool and setup port, all
+// recorded.
 #pragma once
 
 #include "Platform/CoreFoundation/CFMessagePort.h"
@@ -41,9 +42,10 @@ struct HostTexts {
 
 class FakeHost final : public IMsgPluginContainer, public IUserMsgPool {
 public:
-    /// Lays out the host's bundle in `home`, makes it the main bundle, and writes its Info.plist with `info` (key to value) besides
-    /// its identifier.
-    FakeHost(const FakeHome& home, const std::map<std::string, std::string>& info, const HostTexts& texts = {});
+    /// Lays out the host's bundle in `home`, makes it the main bundle, and writes its Info.plist with `info`
+    /// (key to value) besides its identifier.
+    FakeHost(
+        const FakeHome& home, const std::map<std::string, std::string>& info, const HostTexts& texts = {});
     ~FakeHost();
 
     /// Writes the host's resource texts anew.

@@ -209,7 +209,8 @@ TEST_F(Check, ReplacesWhatAnEarlierCheckFound)
     publishHostUpToDate();
     installWithUpdate("Velmora Sketch");
     ASSERT_EQ(check(), 0);
-    std::filesystem::remove_all(home().root() / "Library/Application Support/Velmora/Tandem Service/Products");
+    std::filesystem::remove_all(
+        home().root() / "Library/Application Support/Velmora/Tandem Service/Products");
     host().messages.clear();
     EXPECT_EQ(check(), 0);
     EXPECT_TRUE(host().messages.empty());

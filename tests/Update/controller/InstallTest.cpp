@@ -93,8 +93,7 @@ TEST_F(Install, KeepsTheDescriptorFolderSoThatFetchedDescriptorsStay)
 {
     offer({PublishedFile {}});
     updateAll();
-    EXPECT_TRUE(std::filesystem::exists(
-        descriptorFolder() / ("Update_Velmora Sketch_1.0.0.0_eng_Mac.xml")));
+    EXPECT_TRUE(std::filesystem::exists(descriptorFolder() / ("Update_Velmora Sketch_1.0.0.0_eng_Mac.xml")));
 }
 
 TEST_F(Install, DownloadsTheFilesOneAfterAnother)
@@ -140,7 +139,8 @@ TEST_F(Install, ShowsThePercentOfTheAnnouncedBytes)
 TEST_F(Install, ReceivesTenMebibytesInMemory)
 {
     offer({PublishedFile {.size = 10}});
-    publish("Velmora Sketch", "1.0.0.0", descriptorText("app", {PublishedFile {.size = kLargestInMemoryBytes}}));
+    publish(
+        "Velmora Sketch", "1.0.0.0", descriptorText("app", {PublishedFile {.size = kLargestInMemoryBytes}}));
     g_UpdatePlugin.fetchedURLs().clear();
     ASSERT_EQ(check(), 0);
     ServerScript part;
@@ -172,7 +172,8 @@ TEST_F(Install, EndsTheMessageTwiceWhenTheFirstLargeFileCannotBeCreated)
     offer({PublishedFile {.size = 10}});
     publish("Velmora Sketch", "1.0.0.0",
         descriptorText("app",
-            {PublishedFile {.size = kLargestInMemoryBytes + 1, .destination = "/nonexistent/folder/file.zip"}}));
+            {PublishedFile {
+                .size = kLargestInMemoryBytes + 1, .destination = "/nonexistent/folder/file.zip"}}));
     g_UpdatePlugin.fetchedURLs().clear();
     ASSERT_EQ(check(), 0);
     ASSERT_EQ(open(), 0);
@@ -246,7 +247,9 @@ TEST_F(Install, InstallsOnlyWhatWasChosen)
         (void)install(name, "1.0.0.0"); // its folder is of no interest here
         publish(name, "1.0.0.0",
             descriptorText("app",
-                {PublishedFile {.name = name, .location = name + ".zip", .unzip = true,
+                {PublishedFile {.name = name,
+                    .location = name + ".zip",
+                    .unzip = true,
                     .run = "%updatertemp%/" + name + ".pkg"}}));
         publishFile(name + ".zip", zipOf(name + ".pkg", "package of " + name));
     }

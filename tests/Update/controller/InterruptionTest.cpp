@@ -1,4 +1,5 @@
-// What happens to a run when the host cancels it, checks again or opens a message while the plug-in waits for an answer.
+// What happens to a run when the host cancels it, checks again or opens a message while the plug-in waits for
+// an answer.
 #include "tests/Update/controller/SuiteFixture.h"
 
 #include "tests/support/ZipFile.h"

@@ -31,8 +31,8 @@ INSTANTIATE_TEST_SUITE_P(Table, Percent,
         PercentCase {"halfBelowTheEndRoundsUp", 199, 200, 100}, PercentCase {"all", 200, 200, 100},
         PercentCase {"moreThanAnnounced", 300, 200, 100}, PercentCase {"totalOfZero", 0, 0, 100},
         PercentCase {"totalOfZeroWithBytes", 5, 0, 100}, PercentCase {"negativeTotal", 5, -1, 100},
-        PercentCase {"noOverflowAtTheLargestSizes", kMost / 2, kMost, 50},
-        PercentCase {"oneThird", 1, 3, 33}, PercentCase {"twoThirds", 2, 3, 67}),
+        PercentCase {"noOverflowAtTheLargestSizes", kMost / 2, kMost, 50}, PercentCase {"oneThird", 1, 3, 33},
+        PercentCase {"twoThirds", 2, 3, 67}),
     [](const auto& info) { return info.param.name; });
 
 TEST(Sizes, AreHeldAtTheLargest32BitValue)

@@ -26,7 +26,8 @@ protected:
     }
 
     /// A further registered product with a descriptor of its own.
-    void installOffering(const std::string& name, const std::string& type, const std::vector<PublishedFile>& files)
+    void installOffering(
+        const std::string& name, const std::string& type, const std::vector<PublishedFile>& files)
     {
         (void)install(name, "1.0.0.0"); // its folder is of no interest here
         publish(name, "1.0.0.0", descriptorText(type, files));
@@ -85,7 +86,7 @@ TEST_F(Selection, MakesTheWorkFolderBeforeTheWindowForThisUserAlone)
     offer({PublishedFile {}});
     ASSERT_FALSE(std::filesystem::exists(workFolder()));
     ASSERT_EQ(open(), 0);
-    struct stat info {};
+    struct stat info { };
     ASSERT_EQ(::stat(workFolder().c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 07777, 0700u);
 }
@@ -101,7 +102,8 @@ TEST_F(Selection, IsRefusedWhenTheWorkFolderCannotBeMade)
 TEST_F(Selection, OffersEveryFileOfTheHostProductAsCommon)
 {
     publish(kHostName, kHostVersion,
-        descriptorText("updater", {PublishedFile {.name = kHostName}, PublishedFile {.name = "More", .location = "more.zip"}}));
+        descriptorText("updater",
+            {PublishedFile {.name = kHostName}, PublishedFile {.name = "More", .location = "more.zip"}}));
     checkAndOpen();
     EXPECT_EQ(rows(), (Rows {"Common Library"}));
     press("butn_Later");
@@ -121,7 +123,8 @@ TEST_F(Selection, TakesFilesOfCommonDescriptorsOnceByTheirUrl)
     publishHostUpToDate();
     installOffering("Velmora Sketch", "common",
         {PublishedFile {.location = "shared.zip"}, PublishedFile {.name = "B", .location = "SHARED.zip"}});
-    installOffering("Velmora Table", "common", {PublishedFile {.name = "Velmora Table", .location = "shared.zip"}});
+    installOffering(
+        "Velmora Table", "common", {PublishedFile {.name = "Velmora Table", .location = "shared.zip"}});
     ASSERT_EQ(check(), 0);
     ASSERT_EQ(open(), 0);
     EXPECT_EQ(rows(), (Rows {"Common Library"})) << "mandatory files stand behind the branch itself";
@@ -135,8 +138,10 @@ TEST_F(Selection, LeavesOutFilesWithoutAUrl)
 {
     publishHostUpToDate();
     installOffering("Velmora Sketch", "app",
-        {PublishedFile {.title = "Sketch 2"}, PublishedFile {.name = "None", .title = "None", .location = ""}});
-    installOffering("Velmora Table", "app", {PublishedFile {.name = "Velmora Table", .title = "Table 2", .location = ""}});
+        {PublishedFile {.title = "Sketch 2"},
+            PublishedFile {.name = "None", .title = "None", .location = ""}});
+    installOffering("Velmora Table", "app",
+        {PublishedFile {.name = "Velmora Table", .title = "Table 2", .location = ""}});
     checkAndOpen();
     EXPECT_EQ(rows(), (Rows {"Sketch 2"}));
 }
@@ -154,7 +159,9 @@ TEST_F(Selection, OffersSectionFilesThatACommonDescriptorBringsInForAll)
 {
     publishHostUpToDate();
     const auto part = makeBundle("Part", "1.0.0.0");
-    publish("Part", "1.0.0.0", descriptorText("section", {PublishedFile {.name = "Part", .title = "Part 2", .location = "part.zip"}}));
+    publish("Part", "1.0.0.0",
+        descriptorText(
+            "section", {PublishedFile {.name = "Part", .title = "Part 2", .location = "part.zip"}}));
     (void)install("Velmora Sketch", "1.0.0.0");
     publish("Velmora Sketch", "1.0.0.0",
         descriptorText("common", {},
@@ -167,7 +174,9 @@ TEST_F(Selection, OffersSectionFilesOfAnAppBelowItsBranch)
 {
     publishHostUpToDate();
     const auto part = makeBundle("Part", "1.0.0.0");
-    publish("Part", "1.0.0.0", descriptorText("section", {PublishedFile {.name = "Part", .title = "Part 2", .location = "part.zip"}}));
+    publish("Part", "1.0.0.0",
+        descriptorText(
+            "section", {PublishedFile {.name = "Part", .title = "Part 2", .location = "part.zip"}}));
     (void)install("Velmora Sketch", "1.0.0.0");
     publish("Velmora Sketch", "1.0.0.0",
         descriptorText("app", {PublishedFile {.title = "Sketch 2"}},
@@ -238,7 +247,7 @@ TEST_F(Selection, PlacesTheHelperToolAndHasItRepairItself)
         GTEST_SKIP() << "only root can give the tool to root";
     offer({PublishedFile {}});
     updateAll();
-    struct stat info {};
+    struct stat info { };
     ASSERT_EQ(::stat((home().cache() / "VelmoraWatchSelfUpdate/WatchSelfUpdate").c_str(), &info), 0);
     EXPECT_EQ(info.st_uid, 0u);
     EXPECT_EQ(info.st_mode, 0104555u);

@@ -28,7 +28,8 @@ std::string entry(const std::string& key, const std::string& value)
 
 std::string plist(const std::string& entries)
 {
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><dict>" + entries + "</dict></plist>";
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><dict>" + entries
+        + "</dict></plist>";
 }
 
 std::string fileText(const PublishedFile& file)
@@ -127,8 +128,7 @@ std::string SuiteFixture::descriptorPath(const std::string& name, const std::str
     return escapedBlanks(kUrl + ("Update_" + name + "_" + version + "_eng_Mac.xml"));
 }
 
-void SuiteFixture::publish(
-    const std::string& name, const std::string& version, const std::string& descriptor)
+void SuiteFixture::publish(const std::string& name, const std::string& version, const std::string& descriptor)
 {
     answerDescriptor(name, version, answer::ok(descriptor));
 }

@@ -22,10 +22,10 @@ struct PublishedFile {
     int size = 100; ///< bytes, as announced
     std::string title;
     std::string location = "sketch.zip"; ///< on the site; empty: no download action
-    std::string destination; ///< by default the work folder and the location
-    bool unzip = false; ///< unpack the destination
-    std::string run; ///< the package to install; empty: no run action
-    std::string extraAction; ///< written as it is
+    std::string destination;             ///< by default the work folder and the location
+    bool unzip = false;                  ///< unpack the destination
+    std::string run;                     ///< the package to install; empty: no run action
+    std::string extraAction;             ///< written as it is
 };
 
 /// A descriptor's text; `type` is "updater", "section", "app" or "common".
@@ -49,7 +49,8 @@ protected:
     void publishFile(const std::string& location, const std::string& bytes);
     /// The path on the server of a descriptor.
     static std::string descriptorPath(const std::string& name, const std::string& version);
-    /// One product "Velmora Sketch" 1.0.0.0, checked, that offers these files of an "app" descriptor, with bytes for every location.
+    /// One product "Velmora Sketch" 1.0.0.0, checked, that offers these files of an "app" descriptor, with
+    /// bytes for every location.
     void offer(const std::vector<PublishedFile>& files);
 
     /// Runs a check that posts into the host's pool.
@@ -64,7 +65,10 @@ protected:
     void updateAll();
     /// Processes events until `done` holds; fails the test after ten seconds.
     void waitFor(const std::function<bool()>& done);
-    void waitForEnding() { waitFor([this] { return !host().endings.empty(); }); }
+    void waitForEnding()
+    {
+        waitFor([this] { return !host().endings.empty(); });
+    }
     /// The visible window that holds a control of that name, or null.
     static QWidget* windowWith(const char* control);
     /// What was printed since the test began: alerts among it.
