@@ -117,8 +117,9 @@ TEST_F(Entry, CannotShowWhenTheCheckCouldNotRun)
 
 TEST_F(Entry, TitlesItsAlertAfterTheSuite)
 {
+    testing::internal::CaptureStdout();
     MyMessageBox(u"Something is to be said");
-    EXPECT_EQ(printed(), "Velmora Tandem: Something is to be said\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Velmora Tandem: Something is to be said\n");
 }
 
 TEST(PluginObject, StartsIdle)

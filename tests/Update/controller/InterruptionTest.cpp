@@ -46,7 +46,7 @@ TEST_F(Interruption, CancelDuringAPackageEndsEverythingWithoutAWord)
     interrupt(kUPKG, [this] { EXPECT_EQ(plugin().CancelProcessMsg(nullptr), 0); });
     EXPECT_TRUE(host().endings.empty()) << "the host that cancels is not told";
     EXPECT_TRUE(host().requestsOf(kUEnd).empty());
-    EXPECT_EQ(printed(), "");
+    EXPECT_EQ(alerts(), "");
     EXPECT_EQ(plugin().busy(), 0);
     EXPECT_EQ(windowWith("hscrl_process"), nullptr);
 }
@@ -90,7 +90,7 @@ TEST_F(Interruption, OpeningTheMessageDuringAPackageIsIgnored)
     interrupt(kUPKG, [this] { EXPECT_EQ(open(), 0); });
     waitForEnding();
     EXPECT_EQ(host().endings.size(), 1u);
-    EXPECT_EQ(printed(), "Velmora Tandem: All done\n");
+    EXPECT_EQ(alerts(), "All done\n");
 }
 
 TEST_F(Interruption, CancelEndsADownload)

@@ -33,7 +33,7 @@ INSTANTIATE_TEST_SUITE_P(Table, Percent,
         PercentCase {"totalOfZeroWithBytes", 5, 0, 100}, PercentCase {"negativeTotal", 5, -1, 100},
         PercentCase {"noOverflowAtTheLargestSizes", kMost / 2, kMost, 50}, PercentCase {"oneThird", 1, 3, 33},
         PercentCase {"twoThirds", 2, 3, 67}),
-    [](const auto& info) { return info.param.name; });
+    [](const auto& row) { return row.param.name; });
 
 TEST(Sizes, AreHeldAtTheLargest32BitValue)
 {

@@ -206,7 +206,7 @@ TEST_F(Selection, EndsTheMessageQuietlyWhenTheUserDeclines)
     EXPECT_EQ(host().endings[0].numbers[1], 0);
     EXPECT_EQ(host().endings[0].numbers[2], 0);
     EXPECT_EQ(plugin().busy(), 0);
-    EXPECT_EQ(printed(), "");
+    EXPECT_EQ(alerts(), "");
     EXPECT_TRUE(host().requests.empty());
 }
 
@@ -236,7 +236,7 @@ TEST_F(Selection, EndsQuietlyWhenTheHelperToolCannotBePlaced)
     updateAll();
     EXPECT_EQ(host().endings.size(), 1u);
     EXPECT_EQ(server().countOf("/updates/sketch.zip"), 0);
-    EXPECT_EQ(printed(), "");
+    EXPECT_EQ(alerts(), "");
     EXPECT_TRUE(host().requests.empty());
     EXPECT_EQ(plugin().busy(), 0);
 }

@@ -3,13 +3,14 @@
 #include "Platform/Carbon/Alerts.h"
 #include "Platform/CoreFoundation/CFURL.h"
 #include "Platform/Lumen/CheckTree.h"
+#include "Platform/Support/Unicode.h"
 
 #include <QApplication>
 #include <QPushButton>
 #include <QTest>
 
 #include <fstream>
-#include <iostream>
+#include <utility>
 
 namespace {
 
@@ -84,13 +85,13 @@ SuiteFixture::SuiteFixture()
     m_plugin.emplace();
     g_UpdatePlugin.fetchedURLs().clear();
     SetAlertsUnattended(true);
+    SetAlertListener([this](std::u16string_view message) { m_alerts += utf8FromWide(message) + "\n"; });
 }
 
 SuiteFixture::~SuiteFixture()
 {
     m_plugin.reset();
-    if (m_capturing)
-        (void)testing::internal::GetCapturedStdout(); // what a test did not look at does not matter to it
+    SetAlertListener({});
     SetAlertsUnattended(false);
 }
 
@@ -98,8 +99,6 @@ void SuiteFixture::SetUp()
 {
     ASSERT_TRUE(m_updateBundle) << UPDATE_BUNDLE_FOLDER;
     m_host->openPort();
-    testing::internal::CaptureStdout();
-    m_capturing = true;
     ASSERT_TRUE(m_plugin->attach(&*m_host));
 }
 
@@ -208,9 +207,7 @@ void SuiteFixture::waitFor(const std::function<bool()>& done)
     ASSERT_TRUE(QTest::qWaitFor(done, 10000)) << "waited in vain";
 }
 
-std::string SuiteFixture::printed()
+std::string SuiteFixture::alerts()
 {
-    const std::string text = testing::internal::GetCapturedStdout();
-    testing::internal::CaptureStdout();
-    return text;
+    return std::exchange(m_alerts, {});
 }

@@ -20,12 +20,12 @@ struct PublishedFile {
     std::string name = "Velmora Sketch";
     std::string version = "2.0.0.0";
     int size = 100; ///< bytes, as announced
-    std::string title;
+    std::string title {};
     std::string location = "sketch.zip"; ///< on the site; empty: no download action
-    std::string destination;             ///< by default the work folder and the location
+    std::string destination {};             ///< by default the work folder and the location
     bool unzip = false;                  ///< unpack the destination
-    std::string run;                     ///< the package to install; empty: no run action
-    std::string extraAction;             ///< written as it is
+    std::string run {};                     ///< the package to install; empty: no run action
+    std::string extraAction {};             ///< written as it is
 };
 
 /// A descriptor's text; `type` is "updater", "section", "app" or "common".
@@ -71,8 +71,8 @@ protected:
     }
     /// The visible window that holds a control of that name, or null.
     static QWidget* windowWith(const char* control);
-    /// What was printed since the test began: alerts among it.
-    std::string printed();
+    /// The alerts since the last look, a line each.
+    std::string alerts();
 
     CUpdateInter& plugin() { return *m_plugin; }
     FakeHost& host() { return *m_host; }
@@ -95,5 +95,5 @@ private:
     CFRef<CFBundleRef> m_updateBundle;
     std::optional<CUpdateInter> m_plugin;
     int m_registered = 0;
-    bool m_capturing = false;
+    std::string m_alerts;
 };
