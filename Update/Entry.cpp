@@ -7,7 +7,6 @@
 #include "Update/descriptor/XMLInterpret.h"
 #include "Update/helper/AssistantTool.h"
 #include "Update/ui/PluginResources.h"
-#include "Update/ui/PluginResources.h"
 
 namespace {
 

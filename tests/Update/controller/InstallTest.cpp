@@ -45,6 +45,7 @@ protected:
         const std::size_t before = server().requests().size();
         ASSERT_EQ(open(), 0);
         confirm();
+        waitFor([&] { return server().requests().size() > before; });
     }
 
     void expectEndedWith(const std::string& alert)
