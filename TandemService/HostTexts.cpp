@@ -3,7 +3,9 @@
 #include "Platform/CoreFoundation/CFBundle.h"
 #include "Platform/CoreFoundation/CFRef.h"
 #include "Platform/Lumen/LumResource.h"
+#include "Platform/Support/Unicode.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -27,6 +29,14 @@ std::u16string installSuccessText()
     WideText text;
     texts.CopyItemText(kInstallSuccessText, text);
     return std::u16string(text.view());
+}
+
+std::string printableLine(std::u16string_view text)
+{
+    std::u16string line(text);
+    const auto isControl = [](char16_t unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0xA0); };
+    std::replace_if(line.begin(), line.end(), isControl, u' ');
+    return utf8FromWide(line);
 }
 
 void complain(const std::string& text)

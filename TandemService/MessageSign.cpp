@@ -1,5 +1,6 @@
 #include "TandemService/MessageSign.h"
 
+#include "TandemService/HostTexts.h"
 #include "Platform/Support/Unicode.h"
 
 #include <QApplication>
@@ -59,7 +60,7 @@ void MessageSign::show(const std::u16string& text, Manner manner)
         m_notification.show(kTitle, utf8FromWide(text));
         return;
     }
-    std::printf("%s\nOpen it with TandemService --update.\n", utf8FromWide(text).c_str());
+    std::printf("%s\nOpen it with TandemService --update.\n", printableLine(text).c_str());
     (void)std::fflush(stdout); // where standard output is closed there is nobody to tell
 }
 

@@ -6,7 +6,6 @@
 #include "TandemService/WindowWatcher.h"
 #include "Platform/Carbon/Alerts.h"
 #include "Platform/CoreFoundation/CFRunLoop.h"
-#include "Platform/Support/Unicode.h"
 
 #include <QApplication>
 
@@ -25,7 +24,11 @@ UpdateRun::UpdateRun(const HostOptions& options, const std::string& pluginFolder
     : m_options(options)
     , m_pluginFolder(pluginFolder)
     , m_services(carriedPrograms(),
-          {.relaunchAsked = [this] { m_outcome.relaunchAsked = true; },
+          {.relaunchAsked =
+                  [this] {
+                      m_outcome.relaunchAsked = true;
+                      finish();
+                  },
               .updateEnded = [this] { m_outcome.endTold = true; }})
     , m_port(m_services)
     , m_desk([this] { return m_services.isInstalling(); }, [this] { finish(); })
@@ -50,7 +53,7 @@ ExitStatus UpdateRun::run()
     const UserMessage* const message = m_desk.message();
     if (!message)
         return ExitStatus::nothingToOffer;
-    std::printf("%s\n", utf8FromWide(message->text()).c_str());
+    std::printf("%s\n", printableLine(message->text()).c_str());
     (void)std::fflush(stdout); // where standard output is closed there is nobody to tell
     return m_options.mode == HostMode::check ? ExitStatus::done : update();
 }

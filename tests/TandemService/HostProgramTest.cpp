@@ -46,6 +46,13 @@ TEST_F(HostProgram, CheckPrintsTheMessage)
     EXPECT_TRUE(host.log().ends_with("release\nunloaded\n")) << host.log();
 }
 
+TEST_F(HostProgram, CheckPrintsItsMessageOnOneLine)
+{
+    host.set("FAKE_MESSAGE", "An update for \xC3\x84\n\x1B[31mB\tC is available.");
+    EXPECT_EQ(host.run({"--check"}), 0);
+    EXPECT_EQ(host.output(), "An update for \xC3\x84  [31mB C is available.\n");
+}
+
 TEST_F(HostProgram, CheckPrintsNothingWhenThereIsNothing)
 {
     host.set("FAKE_MESSAGE", "");
