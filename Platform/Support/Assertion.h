@@ -5,8 +5,9 @@
 [[noreturn]] void failAssertion(const char* file, unsigned line, const char* condition);
 
 /// Aborts when `condition` is false; in force in every build.
-#define VELMORA_ASSERT(condition) ((condition) ? static_cast<void>(0) : failAssertion(__FILE__, __LINE__, #condition))
+#define VELMORA_ASSERT(condition)                                                                            \
+    ((condition) ? static_cast<void>(0) : failAssertion(__FILE__, __LINE__, #condition))
 
 /// The same, with the condition's text given, where the text that is printed is fixed.
-#define VELMORA_ASSERT_TEXT(condition, text) \
+#define VELMORA_ASSERT_TEXT(condition, text)                                                                 \
     ((condition) ? static_cast<void>(0) : failAssertion(__FILE__, __LINE__, text))

@@ -6,16 +6,16 @@
 enum : OSStatus {
     noErr = 0,
     dskFulErr = -34, ///< the volume is full
-    nsvErr = -35, ///< no such volume
+    nsvErr = -35,    ///< no such volume
     ioErr = -36,
     bdNamErr = -37, ///< a name that the file system does not take
-    tmfoErr = -42, ///< too many files open
-    fnfErr = -43, ///< file not found
-    wPrErr = -44, ///< the volume is read-only
-    fBsyErr = -47, ///< the object is in use, or a folder is not empty
+    tmfoErr = -42,  ///< too many files open
+    fnfErr = -43,   ///< file not found
+    wPrErr = -44,   ///< the volume is read-only
+    fBsyErr = -47,  ///< the object is in use, or a folder is not empty
     dupFNErr = -48, ///< an object of that name exists
     paramErr = -50,
-    permErr = -54, ///< an operation that this user may not do
+    permErr = -54,   ///< an operation that this user may not do
     wrPermErr = -61, ///< the file is not open for writing
     memFullErr = -108,
     dirNFErr = -120, ///< folder not found
@@ -34,6 +34,6 @@ enum : OSStatus {
     errAuthorizationToolExecuteFailure = -60031,
 };
 
-/// The error number of the file-object layer for the errno value `posixError`; 0 gives noErr, a value that the table
-/// does not hold gives ioErr.
+/// The error number of the file-object layer for the errno value `posixError`; 0 gives noErr, a value that
+/// the table does not hold gives ioErr.
 OSStatus errorFromErrno(int posixError);

@@ -20,7 +20,8 @@ std::u16string integerText(SInt64 value)
 std::u16string decimalText(double value, int decimals)
 {
     char digits[512]; // the longest double has 309 digits before its point
-    const auto end = std::to_chars(std::begin(digits), std::end(digits), value, std::chars_format::fixed, decimals);
+    const auto end
+        = std::to_chars(std::begin(digits), std::end(digits), value, std::chars_format::fixed, decimals);
     return widened(std::string_view(digits, end.ptr));
 }
 
@@ -52,7 +53,8 @@ std::size_t conversionLength(std::u16string_view text)
 {
     if (text.size() >= 2 && (text[1] == u's' || text[1] == u'd' || text[1] == u'%'))
         return 2;
-    const bool decimal = text.size() >= 4 && text[1] == u'.' && text[2] >= u'0' && text[2] <= u'9' && text[3] == u'f';
+    const bool decimal
+        = text.size() >= 4 && text[1] == u'.' && text[2] >= u'0' && text[2] <= u'9' && text[3] == u'f';
     return decimal ? 4 : 0;
 }
 

@@ -8,8 +8,8 @@
 #include <cstddef>
 #include <string_view>
 
-/// Zero-terminated UTF-16 text of at most N-1 units. What does not fit is cut at N-1 units, never inside a surrogate
-/// pair; the rest of the buffer is always zero. A value copied in ends at its first zero unit.
+/// Zero-terminated UTF-16 text of at most N-1 units. What does not fit is cut at N-1 units, never inside a
+/// surrogate pair; the rest of the buffer is always zero. A value copied in ends at its first zero unit.
 template <std::size_t N> class UniText {
     static_assert(N >= 2);
 
@@ -21,7 +21,10 @@ public:
     UniText(const UniChar* text) { assign(text); }
 
     /// Replaces the text; null gives the empty text. Returns false when it was cut.
-    bool assign(const UniChar* text) { return assign(text ? std::u16string_view(text) : std::u16string_view()); }
+    bool assign(const UniChar* text)
+    {
+        return assign(text ? std::u16string_view(text) : std::u16string_view());
+    }
     bool assign(std::u16string_view text)
     {
         // The source may be a part of this very buffer: move first, clear what is left afterwards.

@@ -6,8 +6,14 @@ namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
 
-bool isHighSurrogate(char32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
-bool isLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+bool isHighSurrogate(char32_t unit)
+{
+    return unit >= 0xD800 && unit <= 0xDBFF;
+}
+bool isLowSurrogate(char32_t unit)
+{
+    return unit >= 0xDC00 && unit <= 0xDFFF;
+}
 
 void appendUtf8(std::string& out, char32_t point)
 {
@@ -66,7 +72,8 @@ Utf8Lead leadOf(unsigned char byte)
     return {-1, 0, 0};
 }
 
-/// Reads one code point at `at` and moves `at` past it; on an invalid sequence moves past one byte and returns false.
+/// Reads one code point at `at` and moves `at` past it; on an invalid sequence moves past one byte and
+/// returns false.
 bool nextUtf8(std::string_view text, std::size_t& at, char32_t& point)
 {
     const Utf8Lead lead = leadOf(static_cast<unsigned char>(text[at]));
@@ -156,14 +163,15 @@ UniChar lowerCaseUnit(UniChar unit)
 {
     if (unit < 0x80)
         return unit >= u'A' && unit <= u'Z' ? static_cast<UniChar>(unit + 0x20) : unit;
-    // Latin-1, Latin Extended-A, Greek and Cyrillic: the ranges in which a product's name is likely to change case.
+    // Latin-1, Latin Extended-A, Greek and Cyrillic: the ranges in which a product's name is likely to change
+    // case.
     if ((unit >= 0xC0 && unit <= 0xDE && unit != 0xD7) || (unit >= 0x391 && unit <= 0x3A9 && unit != 0x3A2)
         || (unit >= 0x410 && unit <= 0x42F))
         return static_cast<UniChar>(unit + 0x20);
     if (unit >= 0x400 && unit <= 0x40F)
         return static_cast<UniChar>(unit + 0x50);
-    const bool evenIsUpper = (unit >= 0x100 && unit <= 0x137 && unit != 0x130) || (unit >= 0x14A && unit <= 0x177)
-        || (unit >= 0x460 && unit <= 0x481);
+    const bool evenIsUpper = (unit >= 0x100 && unit <= 0x137 && unit != 0x130)
+        || (unit >= 0x14A && unit <= 0x177) || (unit >= 0x460 && unit <= 0x481);
     if (evenIsUpper)
         return static_cast<UniChar>(unit | 1);
     const bool oddIsUpper = (unit >= 0x139 && unit <= 0x148) || (unit >= 0x179 && unit <= 0x17E);
