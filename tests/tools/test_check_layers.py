@@ -91,6 +91,22 @@ class CheckLayers(unittest.TestCase):
         self.assertEqual(status, 1)
         self.assertEqual(lines, ["Platform/Carbon/New.h:1: missing from Platform/NAMES.md"])
 
+    def test_reports_a_third_party_header_in_a_public_platform_header(self):
+        user = {"Update/helper/User.cpp": '#include "Platform/Support/Types.h"\n'}
+        direct = {"Platform/Support/Types.h": "#pragma once\n#include <QString>\n"}
+        through = {"Platform/Support/Types.h": '#include "Platform/Support/Deep.h"\n',
+                   "Platform/Support/Deep.h": "#include <cstdint>\n\n#include <curl/curl.h>\n"}
+        what = "public header of the platform brings third-party header"
+        self.assertEqual(check(user | direct), (1, [f"Platform/Support/Types.h:2: {what} <QString> along"]))
+        self.assertEqual(check(user | through), (1, [f"Platform/Support/Deep.h:3: {what} <curl/curl.h> along"]))
+
+    def test_passes_a_third_party_header_in_a_private_platform_header(self):
+        status, lines = check({
+            "Platform/Lumen/ReaderInternal.h": "#include <QString>\n",
+            "Platform/Lumen/Reader.cpp": '#include "Platform/Lumen/ReaderInternal.h"\n',
+            "tests/Platform/ReaderTest.cpp": '#include "Platform/Lumen/ReaderInternal.h"\n'})
+        self.assertEqual(status, 0, lines)
+
     def test_reports_a_tree_without_any_include_as_a_failure(self):
         with tempfile.TemporaryDirectory() as root:
             done = subprocess.run([sys.executable, CHECK, root, TABLE], capture_output=True)
