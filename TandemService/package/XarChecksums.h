@@ -1,6 +1,6 @@
-// The checksums of a flat package's xar archive. The archive library leaves some of them unchecked (the last
-// member's, and all when the header says that there are none), so they are compared here, for the whole file,
-// before anything is unpacked.
+// The checksums of a flat package's xar archive. The archive library compares those that it is told of; an
+// archive whose header or table of contents names none passes it unchecked. Here every checksum must be named
+// and right, for the whole file, before anything is unpacked.
 #pragma once
 
 #include "TandemService/package/InstallOptions.h"

@@ -40,8 +40,11 @@ TEST(Relaunch, RefusesWhatIsNoBundle)
 
 TEST(Relaunch, RefusesProgramsOutsideTheBundle)
 {
-    for (const char* name : {"../../../evil", "/bin/sh", "..", ".", ""})
-        EXPECT_EQ(AppFolder(name).program(), "") << name;
+    for (const char* name : {"../../../evil", "/bin/sh", "..", ".", ""}) {
+        const AppFolder app(name);
+        fs::copy_file(app.scratch.at("A.app/Contents/Linux/Program"), app.scratch.at("evil"));
+        EXPECT_EQ(app.program(), "") << name;
+    }
 }
 
 TEST(Relaunch, RefusesWhatCannotBeStarted)

@@ -1,10 +1,12 @@
 // Packages that are damaged or mean harm: nothing changes, nothing is left, and the error says what it was.
 #include "tests/TandemService/package/InstallFixture.h"
 
+#include "Platform/Support/Descriptor.h"
 #include "TandemService/package/XarChecksums.h"
 
 #include <random>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 namespace fs = std::filesystem;
@@ -275,6 +277,34 @@ TEST_F(Bounds, LargeTableOfContentsIsRefused)
     const InstallOptions options {.limits = {.tocBytes = 100}, .durable = false, .onStep = {}};
     EXPECT_EQ(
         installPackage(package.string(), m_target.string(), options).error, InstallError::packageTooLarge);
+    EXPECT_EQ(snapshot(m_target), m_before);
+}
+
+TEST_F(Damage, ChecksumsCoverEveryByteOfAFlatPackageThatIsRead)
+{
+    constexpr std::size_t kHeaderBytes = 28;
+    const fs::path package = usualPackage().writeFlat(m_scratch.at("X.pkg"));
+    std::string bytes = readWholeFile(package);
+    const auto check = [&] {
+        const fs::path file = m_scratch.write("Y.pkg", bytes);
+        const Descriptor opened(open(file.c_str(), O_RDONLY | O_CLOEXEC));
+        return checkXarChecksums(opened.get(), InstallLimits {}).error;
+    };
+    ASSERT_EQ(check(), InstallError::none);
+    for (std::size_t at = kHeaderBytes; at < bytes.size() - kUnusedTailBytes; ++at) {
+        bytes[at] = static_cast<char>(bytes[at] ^ 1);
+        ASSERT_EQ(check(), InstallError::packageDamaged) << at;
+        bytes[at] = static_cast<char>(bytes[at] ^ 1);
+    }
+}
+
+TEST_F(Damage, FlatPackageWhoseHeaderNamesNoChecksumIsRefused)
+{
+    const fs::path package = usualPackage().writeFlat(m_scratch.at("X.pkg"));
+    std::string bytes = readWholeFile(package);
+    ASSERT_EQ(bytes.substr(24, 4), std::string("\0\0\0\1", 4));
+    bytes[27] = 0;
+    EXPECT_EQ(install(m_scratch.write("Y.pkg", bytes)), InstallError::packageDamaged);
     EXPECT_EQ(snapshot(m_target), m_before);
 }
 
