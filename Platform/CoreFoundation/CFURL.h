@@ -47,10 +47,11 @@ CFURLRef CFURLCreateCopyAppendingPathComponent(
 CFStringRef CFURLCreateStringByReplacingPercentEscapes(
     CFAllocatorRef allocator, CFStringRef text, CFStringRef leaveEscaped);
 /// `text` with every character escaped, as UTF-8, that may not stand in a URL: all but the reserved
-/// (:/?#[]@!$&'()*+,;=) and the unreserved ones of RFC 3986. "%" is always escaped, so that what the function
-/// above resolved comes back: "%2541" gives "%41" and "%2541" again. Reserved characters stay as they are, so
-/// an escape of one is lost on that way: "%3F" and
-/// "%23" become "?" and "#", which begin a query and a fragment. Null when a surrogate stands alone.
-/// `leaveUnescaped` and `escapeToo` must be null, `encoding` UTF-8.
+/// (:/?@!$&'()*+,;=, and brackets within the host of a URL) and the unreserved ones of RFC 3986. "%" is
+/// always escaped, so that what the function above resolved comes back: "%2541" gives "%41" and "%2541"
+/// again; so is
+/// "#", which is a part of a name here and never begins a fragment. Reserved characters stay as they are, so
+/// an escape of one is lost on that way: "%3F" becomes "?", which begins a query. Null when a surrogate
+/// stands alone. `leaveUnescaped` and `escapeToo` must be null, `encoding` UTF-8.
 CFStringRef CFURLCreateStringByAddingPercentEscapes(CFAllocatorRef allocator, CFStringRef text,
     CFStringRef leaveUnescaped, CFStringRef escapeToo, CFStringEncoding encoding);

@@ -5,6 +5,8 @@
 #include "Platform/Support/Assertion.h"
 #include "Platform/Support/Unicode.h"
 
+#include <algorithm>
+
 namespace {
 
 int hexValue(char digit)
@@ -41,6 +43,28 @@ bool standsInPath(char character)
 bool standsInUrl(char character)
 {
     return isUnreserved(character) || isReserved(character);
+}
+
+/// What an escaped URL leaves as itself behind its host. A fragment is never sent, so "#" can only be part of
+/// a name; brackets may stand around a host's address alone.
+bool standsBehindHost(char character)
+{
+    return standsInUrl(character) && std::string_view("#[]").find(character) == std::string_view::npos;
+}
+
+bool standsInHost(char character)
+{
+    return standsInUrl(character) && character != '#';
+}
+
+/// Where the host of a URL ends, its scheme, user and port included; 0 when there is none.
+std::size_t hostEnd(std::string_view url)
+{
+    constexpr std::string_view kHostMark = "://";
+    const std::size_t mark = std::min(url.find_first_of(":/?#[]@"), url.size());
+    if (url.substr(mark, kHostMark.size()) != kHostMark)
+        return 0;
+    return std::min(url.find_first_of("/?#", mark + kHostMark.size()), url.size());
 }
 
 std::string escape(std::string_view bytes, bool (*stands)(char))
@@ -129,5 +153,10 @@ CFStringRef CFURLCreateStringByAddingPercentEscapes(CFAllocatorRef, CFStringRef 
     VELMORA_ASSERT(leaveUnescaped == nullptr && escapeToo == nullptr);
     VELMORA_ASSERT(encoding == kCFStringEncodingUTF8);
     const std::optional<std::string> utf8 = strictUtf8(CFStringGetView(text));
-    return utf8 ? CFStringCreateWithView(wideFromUtf8(escape(*utf8, standsInUrl))) : nullptr;
+    if (!utf8)
+        return nullptr;
+    const std::string_view url = *utf8;
+    const std::size_t end = hostEnd(url);
+    return CFStringCreateWithView(
+        wideFromUtf8(escape(url.substr(0, end), standsInHost) + escape(url.substr(end), standsBehindHost)));
 }

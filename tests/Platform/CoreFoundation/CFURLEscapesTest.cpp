@@ -67,7 +67,12 @@ TEST_P(CFURLEscaping, EscapesWhatMayNotStandInAUrl)
 
 INSTANTIATE_TEST_SUITE_P(Texts, CFURLEscaping,
     testing::Values(Case {"Empty", u"", u""}, Case {"UnreservedStay", u"AZaz09-._~", u"AZaz09-._~"},
-        Case {"ReservedStay", u":/?#[]@!$&'()*+,;=", u":/?#[]@!$&'()*+,;="},
+        Case {"ReservedStayButNumberSignAndBrackets", u":/?#[]@!$&'()*+,;=", u":/?%23%5B%5D@!$&'()*+,;="},
+        Case {
+            "BracketsStayAroundAHost", u"http://u[@[::1]:80/[x]?[y]", u"http://u[@[::1]:80/%5Bx%5D?%5By%5D"},
+        Case {"BracketsBeforeAQuery", u"http://[::1]?[", u"http://[::1]?%5B"},
+        Case {"BracketsAtTheEndOfAHost", u"http://[::1]", u"http://[::1]"},
+        Case {"BracketsWithoutAHost", u"a/[x://[", u"a/%5Bx://%5B"},
         Case {"Blank", u"http://host/a b", u"http://host/a%20b"}, Case {"PercentAlways", u"%20", u"%2520"},
         Case {"OtherAscii", u"\"<>\\^`{|}\x7F\t\n", u"%22%3C%3E%5C%5E%60%7B%7C%7D%7F%09%0A"},
         Case {"Zero", std::u16string(1, u'\0'), u"%00"},
@@ -93,7 +98,10 @@ INSTANTIATE_TEST_SUITE_P(Texts, CFURLPreparing,
         Case {"EscapedPercentStaysEscaped", u"http://host/%2541", u"http://host/%2541"},
         Case {"QueryStays", u"http://host/x?a=1&b=c+d", u"http://host/x?a=1&b=c+d"},
         Case {"AddressInBracketsStays", u"http://[::1]:8080/x", u"http://[::1]:8080/x"},
-        Case {"EscapedReservedLoseTheirEscape", u"http://host/a%3Fb%23c", u"http://host/a?b#c"}),
+        Case {"EscapedNumberSignStaysEscaped", u"http://host/a%23b", u"http://host/a%23b"},
+        Case {"NumberSignIsPartOfTheName", u"http://host/a#b", u"http://host/a%23b"},
+        Case {"EscapedBracketsStayEscaped", u"http://host/a%5B1%5D", u"http://host/a%5B1%5D"},
+        Case {"OtherReservedLoseTheirEscape", u"http://host/a%3Fb%26c", u"http://host/a?b&c"}),
     nameOf);
 
 TEST(CFURLEscapesDeathTest, RefuseWhatTheyDoNotSupport)
