@@ -62,8 +62,10 @@ bool HTTPSource::configure()
         && set(CURLOPT_FOLLOWLOCATION, m_followsRedirects ? 1L : 0L)
         && set(CURLOPT_MAXREDIRS, kMaxRedirects + 0L) && set(CURLOPT_BUFFERSIZE, kSocketBufferBytes + 0L)
         && set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L)
-        && set(CURLOPT_HEADERFUNCTION, &HTTPSource::headerCallback) && set(CURLOPT_HEADERDATA, this)
-        && set(CURLOPT_WRITEFUNCTION, &HTTPSource::bodyCallback) && set(CURLOPT_WRITEDATA, this);
+        // Ending a transfer must not wait for a name server: the look-up's thread ends by itself.
+        && set(CURLOPT_QUICK_EXIT, 1L) && set(CURLOPT_HEADERFUNCTION, &HTTPSource::headerCallback)
+        && set(CURLOPT_HEADERDATA, this) && set(CURLOPT_WRITEFUNCTION, &HTTPSource::bodyCallback)
+        && set(CURLOPT_WRITEDATA, this);
 }
 
 void HTTPSource::drive()
