@@ -25,6 +25,9 @@ ChildRequest unzipRequest(const char* zipPath, const char* destinationFolder)
     request.droppedVariables = {"UNZIP", "UNZIPOPT", "ZIPINFO"};
     // On a terminal it would ask for the password of an encrypted archive.
     request.withoutTerminal = true;
+    // Its listing of members would stand between what this program prints; what goes wrong is told on
+    // standard error.
+    request.withoutOutput = true;
     return request;
 }
 

@@ -59,9 +59,11 @@ public:
         (void)posix_spawn_file_actions_destroy(&m_actions); // always 0
     }
 
-    int fill(bool withoutTerminal)
+    int fill(const ChildRequest& request)
     {
         openNull(STDIN_FILENO, O_RDONLY);
+        if (request.withoutOutput)
+            openNull(STDOUT_FILENO, O_WRONLY);
         // A closed standard output would be taken by the first file that the program opens, which then
         // received its messages.
         for (const int fd : {STDOUT_FILENO, STDERR_FILENO})
@@ -75,7 +77,7 @@ public:
         sigfillset(&all);
         note(posix_spawnattr_setsigmask(&m_attributes, &none));
         note(posix_spawnattr_setsigdefault(&m_attributes, &all));
-        const int session = withoutTerminal ? POSIX_SPAWN_SETSID : 0;
+        const int session = request.withoutTerminal ? POSIX_SPAWN_SETSID : 0;
         note(posix_spawnattr_setflags(
             &m_attributes, static_cast<short>(POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | session)));
         return m_error;
@@ -140,7 +142,7 @@ int ChildProcess::start(const ChildRequest& request)
 {
     VELMORA_ASSERT(m_pid == 0 && m_status == kStatusUnknown);
     SpawnOptions options;
-    int error = options.fill(request.withoutTerminal);
+    int error = options.fill(request);
     if (error != 0)
         return error;
     const std::vector<char*> arguments = argumentVector(request);

@@ -13,12 +13,13 @@ struct ChildRequest {
     std::string program;                ///< absolute path; also the first word of the argument vector
     std::vector<std::string> arguments; ///< those after the program, handed on unchanged
     std::vector<std::string_view> droppedVariables; ///< names left out of the inherited environment
+    bool withoutOutput = false;   ///< its standard output is /dev/null; its standard error stays ours
     bool withoutTerminal = false; ///< in a session of its own, so that no controlling terminal can be asked
 };
 
-/// One child. It has this process's working directory, environment, standard output and error, /dev/null as
-/// its standard input, no other descriptor, and default signal handling. Whatever happens, it is reaped:
-/// going away, the object waits for a child that still runs.
+/// One child. It has, where its request does not say otherwise, this process's working directory,
+/// environment, standard output and error; /dev/null as its standard input, no other descriptor, and default
+/// signal handling. Whatever happens, it is reaped: going away, the object waits for a child that still runs.
 class ChildProcess {
 public:
     static constexpr int kStatusUnknown = -1;

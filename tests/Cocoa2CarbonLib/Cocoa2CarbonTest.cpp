@@ -156,6 +156,28 @@ TEST(C2C_UnzipFile, DoesNotWaitForThePasswordOfAnEncryptedArchive)
     EXPECT_FALSE(fs::exists(folder.at("target/inside.txt")));
 }
 
+TEST(C2C_UnzipFile, KeepsItsListingOutOfOurOutput)
+{
+    const ScopedTempDir folder;
+    const fs::path zip = makeZip(folder, "a.zip", "fresh");
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(C2C_UnzipFile(zip.c_str(), folder.makeFolder("target").c_str()), 1);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
+TEST(C2C_UnzipFile, SaysOnStandardErrorWhatWentWrong)
+{
+    const ScopedTempDir folder;
+    const fs::path zip = folder.write("broken.zip", "this is no archive");
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(C2C_UnzipFile(zip.c_str(), folder.path().c_str()), 0);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("broken.zip"), std::string::npos);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
 TEST(C2C_UnzipFile, KnowsTheStatusWhereChildSignalsAreIgnored)
 {
     const ScopedTempDir folder;
@@ -182,6 +204,7 @@ TEST(ToolRequests, StartUnzipWithExactlyItsArguments)
     EXPECT_EQ(request.arguments, (std::vector<std::string> {"-o", "/work/a b.zip", "-d", "/target"}));
     EXPECT_EQ(request.droppedVariables, (std::vector<std::string_view> {"UNZIP", "UNZIPOPT", "ZIPINFO"}));
     EXPECT_TRUE(request.withoutTerminal);
+    EXPECT_TRUE(request.withoutOutput);
 }
 
 TEST(ToolRequests, StartTheInstallerWithExactlyItsArguments)
@@ -190,6 +213,7 @@ TEST(ToolRequests, StartTheInstallerWithExactlyItsArguments)
     EXPECT_EQ(request.program, "/usr/sbin/installer");
     EXPECT_EQ(request.arguments, (std::vector<std::string> {"-pkg", "/work/a b.pkg", "-target", "/"}));
     EXPECT_TRUE(request.droppedVariables.empty());
+    EXPECT_FALSE(request.withoutOutput);
     EXPECT_EQ(installerRequest("-x.pkg", "-y").arguments,
         (std::vector<std::string> {"-pkg", "./-x.pkg", "-target", "./-y"}));
 }

@@ -152,6 +152,19 @@ TEST(ChildProcess, GetsANullOutputWhereOursIsClosed)
     EXPECT_EQ(status, 0);
 }
 
+TEST(ChildProcess, WritesItsOutputToNullButNotItsErrorsWhenItIsToHaveNone)
+{
+    ChildRequest request = shellRequest("echo listing; echo complaint >&2");
+    request.withoutOutput = true;
+    ChildProcess child;
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    ASSERT_EQ(child.start(request), 0);
+    EXPECT_EQ(child.waitUntilEnded(), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "complaint\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
 TEST(ChildProcess, InheritsTheEnvironmentButTheDroppedVariables)
 {
     const ScopedEnvironment kept("TANDEM_KEPT", "1");
