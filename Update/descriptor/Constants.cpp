@@ -5,6 +5,14 @@
 #include <algorithm>
 #include <string>
 
+namespace {
+
+/// What looking for one constant counts for beside the text's length, and what putting it in counts for.
+constexpr std::size_t kUnitsPerConstant = 16;
+constexpr std::size_t kUnitsPerReplacement = 4 * WideText::kCapacity;
+
+} // namespace
+
 int CConstants::ParseConstants(CFTreeRef tree)
 {
     if (!isNamed(tree, u"CONSTANTS"))
@@ -57,21 +65,34 @@ CLumStringW CConstants::mappedPath(std::u16string_view path) const
     return CLumStringW(mapped.view());
 }
 
+/// Counts the search for so many constants in a text of so many units; false once the limit is passed.
+bool CConstants::mayVisit(std::size_t constants, std::size_t units) const
+{
+    if (m_visitedUnits <= kMaxVisitedUnits)
+        m_visitedUnits += UInt64 {constants} * (units + kUnitsPerConstant);
+    return m_visitedUnits <= kMaxVisitedUnits;
+}
+
 /// True for a text that fits and holds no constant's name: most texts, which so need no buffer.
 bool CConstants::staysAsItIs(std::u16string_view text) const
 {
     const auto isIn = [text](const tagStrCon& item) {
         return !item.name.empty() && text.find(item.name.view()) != std::u16string_view::npos;
     };
-    return text.size() < WideText::kCapacity && std::none_of(m_items.begin(), m_items.end(), isIn);
+    return text.size() < WideText::kCapacity && mayVisit(m_items.size(), text.size())
+        && std::none_of(m_items.begin(), m_items.end(), isIn);
 }
 
-/// False when a result, or a value that was put in, had to be cut.
+/// False when a result, or a value that was put in, had to be cut, and at the limit.
 bool CConstants::substituteAll(WideText& text) const
 {
     bool whole = true;
     for (const tagStrCon& item : m_items) {
+        if (!mayVisit(1, text.size()))
+            return false;
         const Replaced replaced = StrRplace(text, item.name, item.value);
+        if (replaced != Replaced::Nothing)
+            m_visitedUnits += kUnitsPerReplacement;
         if (replaced == Replaced::Cut || (replaced == Replaced::Whole && item.valueCut))
             whole = false;
     }

@@ -10,6 +10,9 @@
 /// How many constants the blocks of one descriptor may define; further ones are left out. A descriptor needs
 /// some tens.
 inline constexpr std::size_t kMaxDescriptorConstants = 4096;
+/// How much text, in units, a table looks through for its constants before it stops substituting, so that
+/// many constants in many texts cannot keep a check busy. A large descriptor needs some ten millions.
+inline constexpr UInt64 kMaxVisitedUnits = UInt64 {1} << 30;
 
 /// One constant, copied by value.
 struct tagStrCon {
@@ -29,20 +32,24 @@ public:
     /// then `dest` is left as it is; otherwise 1. `src` may point into `dest`.
     int MappingConstants(WideText& dest, const UniChar* src) const;
 
-    /// The same for a text of any length that stays in memory.
+    /// The same for a text of any length that stays in memory; as it is, once the table has stopped.
     CLumStringW mappedText(std::u16string_view text) const;
-    /// The same for a path: empty, a path that names nothing, when anything had to be cut on the way.
+    /// The same for a path: empty, a path that names nothing, when anything had to be cut on the way or the
+    /// table has stopped.
     CLumStringW mappedPath(std::u16string_view path) const;
 
     /// In the order of substitution.
     const std::vector<tagStrCon>& items() const { return m_items; }
 
 private:
+    bool mayVisit(std::size_t constants, std::size_t units) const;
     bool staysAsItIs(std::u16string_view text) const;
     bool substituteAll(WideText& text) const;
 
     std::vector<tagStrCon> m_items;
     std::size_t m_parsed = 0; ///< how many of them the descriptor's own blocks defined
+    mutable UInt64 m_visitedUnits
+        = 0; ///< mutable, as it limits what substituting costs and not what it gives
 };
 
 enum class Replaced { Nothing, Whole, Cut };

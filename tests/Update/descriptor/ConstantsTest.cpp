@@ -207,6 +207,36 @@ TEST(CConstants, DefinesNoMoreThanItsLimit)
     EXPECT_EQ(mapped(constants, u"%c4096%"), u"%c4096%"sv);
 }
 
+TEST(CConstants, StopsSubstitutingWhenItCostsTooMuch)
+{
+    // Some 4,000 replacements in each text: after a few hundred texts the limit is reached.
+    CConstants constants = constantsWith(u"%a%", u"b");
+    tagStrCon again;
+    again.name = WideText(u"b");
+    again.value = WideText(u"b");
+    for (int i = 0; i < 4000; ++i)
+        constants.AddItem(again);
+    EXPECT_EQ(constants.mappedText(u"%a%").view(), u"b"sv);
+    EXPECT_EQ(constants.mappedPath(u"/%a%").view(), u"/b"sv);
+    for (int i = 0; i < 1000; ++i)
+        (void)constants.mappedText(u"%a%");
+    EXPECT_EQ(constants.mappedText(u"%a%").view(), u"%a%"sv);
+    EXPECT_TRUE(constants.mappedPath(u"/%a%").empty());
+    EXPECT_TRUE(constants.mappedPath(u"/other").empty());
+}
+
+TEST(CConstants, SubstitutesWhateverALargeDescriptorHolds)
+{
+    CConstants constants = constantsWith(u"%a%", u"b");
+    tagStrCon other;
+    other.name = WideText(u"%other%");
+    for (int i = 0; i < 30; ++i)
+        constants.AddItem(other);
+    for (int i = 0; i < 10'000; ++i)
+        (void)constants.mappedText(u"a path of about thirty units/%a%");
+    EXPECT_EQ(constants.mappedPath(u"/%a%").view(), u"/b"sv);
+}
+
 TEST(StrRplace, ReplacesEveryOccurrence)
 {
     EXPECT_EQ(replaced(u"a-b-c", u"-", u"+"), u"a+b+c"sv);
