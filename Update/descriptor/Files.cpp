@@ -27,9 +27,16 @@ void CFiles::AddItem(std::unique_ptr<CFileSec> file)
 
 void CFiles::ReleaseFileByName(const UniChar* name)
 {
-    const bool all = !name || *name == u'\0';
-    std::erase_if(m_items, [&](const std::unique_ptr<CFileSec>& file) {
-        return all || !file || lum_wcscmpi(file->name().c_str(), name) == 0;
+    if (name && *name != u'\0')
+        releaseNamed(name);
+    else
+        m_items.clear();
+}
+
+void CFiles::releaseNamed(const UniChar* name)
+{
+    std::erase_if(m_items, [name](const std::unique_ptr<CFileSec>& file) {
+        return !file || lum_wcscmpi(file->name().c_str(), name) == 0;
     });
 }
 

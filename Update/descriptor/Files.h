@@ -12,6 +12,9 @@ public:
     void AddItem(std::unique_ptr<CFileSec> file);
     /// Deletes every file of that name, ignoring case; a null or empty name deletes all.
     void ReleaseFileByName(const UniChar* name);
+    /// Deletes every file of exactly that name, ignoring case, which may be the empty one; null is the empty
+    /// name.
+    void releaseNamed(const UniChar* name);
     /// Hands all files over, in order; the list is empty afterwards.
     std::vector<std::unique_ptr<CFileSec>> takeAll();
 

@@ -124,5 +124,8 @@ void CXMLInterpret::releaseInstalled(const UniChar* productName, const UniChar* 
 {
     if (CompNameAndVersion(productName, productVersion, 0) == 1)
         return;
-    m_files.ReleaseFileByName(m_gathered == 0 ? nullptr : productName);
+    if (m_gathered == 0)
+        m_files.ReleaseFileByName(nullptr);
+    else
+        m_files.releaseNamed(productName); // of a product without a name, too: the others stay
 }

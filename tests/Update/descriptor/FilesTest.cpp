@@ -45,6 +45,13 @@ TEST(CFiles, ReadsFilesInDocumentOrderAndDropsBadOnes)
         (Names {u"1", u"4"}));
 }
 
+TEST(CFiles, KeepsANodeOfThatNameThatIsNoElementAsAFileWithoutName)
+{
+    const CFiles files = parsed("<!--FILE--><FILE name='1'/><!-- FILE -->");
+    EXPECT_EQ(names(files), (Names {u"", u"1"}));
+    EXPECT_TRUE(files.items()[0]->actions().empty());
+}
+
 TEST(CFiles, GivesEveryFileOwnerCodeAndSite)
 {
     const CFiles files
@@ -69,6 +76,13 @@ TEST(CFiles, ReleasesAllFilesWithoutAName)
     files = parsed("<FILE name='1'/><FILE/>");
     files.ReleaseFileByName(u"");
     EXPECT_TRUE(files.items().empty());
+}
+
+TEST(CFiles, ReleasesFilesOfTheEmptyNameOnly)
+{
+    CFiles files = parsed("<FILE name='1'/><FILE/><FILE name=' '/>");
+    files.releaseNamed(u"");
+    EXPECT_EQ(names(files), (Names {u"1", u" "}));
 }
 
 TEST(CFiles, ReleasesNullEntriesWithAnyName)

@@ -146,6 +146,13 @@ TEST(CGeneral, TakesCDataAndResolvedEntitiesAsText)
     EXPECT_EQ(parsed("<TYPE>&#97;p&#x70;</TYPE>").descriptorType, 3);
 }
 
+TEST(CGeneral, TakesTheStringOfItsOneChildWhateverThatIs)
+{
+    EXPECT_EQ(parsed("<TYPE><app/></TYPE>").descriptorType, 3);
+    EXPECT_EQ(parsed("<TYPE><!--app--></TYPE>").descriptorType, 3);
+    EXPECT_EQ(parsed("<TYPE><![CDATA[a]]><![CDATA[pp]]></TYPE>").descriptorType, 0);
+}
+
 TEST(CGeneral, TrimsNoValue)
 {
     EXPECT_EQ(typeOf(" app "), 0);

@@ -243,6 +243,18 @@ TEST(ParseFile, KeepsGatheredFilesWithoutFilesOfItsOwn)
     EXPECT_EQ(namesOf(*interpreter), (Names {"Section"}));
 }
 
+TEST(ParseFile, KeepsGatheredFilesForAProductWithoutAName)
+{
+    const Suite suite;
+    const auto interpreter = suite.load(DescriptorBuilder()
+                                            .section(suite.offer("Section"))
+                                            .file(fileNamed("other"))
+                                            .raw("<FILES><FILE size='1'/></FILES>")
+                                            .xml());
+    EXPECT_TRUE(interpreter->ParseFile(u"", u"1.0.0.0", u"", u"S/"));
+    EXPECT_EQ(namesOf(*interpreter), (Names {"other", "Section"}));
+}
+
 TEST(ParseFile, TakesNullArguments)
 {
     const Suite suite;
