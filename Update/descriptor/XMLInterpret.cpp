@@ -51,6 +51,7 @@ bool CXMLInterpret::ParseFile(
         return false;
     m_status = 1;
     m_gathered = 0;
+    m_bundle.reset();
     FSRef bundle;
     if (appPath && makeRefFromWidePath(appPath, bundle))
         m_bundle = bundle;

@@ -76,7 +76,7 @@ public:
     const CLumStringW& tempDir() const { return m_tempDir; }
 
 private:
-    friend struct InterpreterSubFolder; ///< lets tests name a sub-folder, which no flow does
+    friend struct InterpreterAccess; ///< lets tests bring about what no flow does
 
     CFTreeRef findRoot() const;
     bool readSettings(CFTreeRef root);

@@ -77,6 +77,7 @@ SInt32 CXMLInterpret::DownloadAndGatherUpdate(CPListParse* plist, const SInt32* 
 {
     if (!mayFollow(plist->bundleURL()))
         return noErr;
+    topOfChain().m_followedBytes += kFollowedBundleBytes; // a fetch that fails costs time as well
     const CLumStringW base = downloadBaseOf(*plist);
     const SInt32 fetched
         = DownloadXMLFile2Loacl(base.c_str(), plist->xmlFileName().c_str(), plist->getSerTimeout());
@@ -89,7 +90,7 @@ SInt32 CXMLInterpret::DownloadAndGatherUpdate(CPListParse* plist, const SInt32* 
     file.reset();
     child->m_tempSubFolder = m_tempSubFolder;
     child->m_parent = this;
-    topOfChain().m_followedBytes += kFollowedBundleBytes + child->m_descriptorBytes;
+    topOfChain().m_followedBytes += child->m_descriptorBytes;
     if (!child->ParseFile(
             plist->productName().c_str(), plist->version().c_str(), bundlePath.c_str(), base.c_str()))
         return noErr;
@@ -121,7 +122,7 @@ bool CXMLInterpret::mayFollow(CFURLRef bundle) const
 CLumStringW CXMLInterpret::bundlePathOf(const CPListParse& plist) const
 {
     if (!plist.bundleURL())
-        return m_constants.mappedText(u"%app%");
+        return m_constants.mappedPath(u"%app%");
     std::string bytes(kMaxPathBytes + 1, '\0');
     std::u16string path;
     if (CFURLGetFileSystemRepresentation(plist.bundleURL(), true, reinterpret_cast<UInt8*>(bytes.data()),

@@ -186,3 +186,41 @@ TEST(Chain, LimitsWhatIsInterpretedBelowOneProduct)
     EXPECT_EQ(namesOf(*suite.parsed(top)), (Names {"First", "Second"}));
     EXPECT_EQ(suite.fetched(), 3U);
 }
+
+TEST(Chain, CountsBundlesWhoseDescriptorCannotBeFetched)
+{
+    const Suite suite;
+    // Leaves room for one and a half bundles.
+    suite.pretendFetched("Large", 67'108'864 - 32'768 - 49'152);
+    DescriptorBuilder top;
+    top.section(suite.install("Large"));
+    for (const char* name : {"Missing", "Lost"})
+        top.section(suite.install(name));
+    top.section(suite.offer("Late"));
+    EXPECT_EQ(namesOf(*suite.parsed(top)), Names());
+    EXPECT_EQ(suite.fetched(), 1U);
+}
+
+TEST(Chain, TakesOverUntilAMillionFilesAreHeld)
+{
+    const Suite suite;
+    const auto section = suite.offer("Section");
+    for (const bool full : {false, true}) {
+        const auto interpreter = suite.load(DescriptorBuilder().section(section).xml());
+        InterpreterAccess::holdNullFiles(*interpreter, full ? 1'000'000 : 999'999);
+        EXPECT_EQ(suite.parse(*interpreter), !full);
+        EXPECT_EQ(namesOf(*interpreter), full ? Names() : Names {"Section"});
+    }
+}
+
+TEST(Chain, ForgetsTheFolderOfTheProductBefore)
+{
+    const Suite suite;
+    suite.publish("Top", DescriptorBuilder().file(fileNamed("Top")));
+    const auto interpreter
+        = suite.load(DescriptorBuilder().section(suite.bundle("Top")).file(fileNamed("Top")).xml());
+    EXPECT_TRUE(suite.parse(*interpreter));
+    EXPECT_EQ(suite.fetched(), 0U);
+    EXPECT_TRUE(interpreter->ParseFile(u"Other", u"1.0.0.0", nullptr, u"S/"));
+    EXPECT_EQ(suite.fetched(), 1U);
+}

@@ -7,13 +7,6 @@
 using namespace std::string_view_literals;
 namespace fs = std::filesystem;
 
-struct InterpreterSubFolder {
-    static void set(CXMLInterpret& interpreter, const UniChar* name)
-    {
-        interpreter.m_tempSubFolder = CLumStringW(name);
-    }
-};
-
 namespace {
 
 mode_t modeOf(const fs::path& path)
@@ -233,7 +226,7 @@ TEST(TempSubFolder, HoldsTheWork)
 {
     const Suite suite;
     CXMLInterpret interpreter(nullptr);
-    InterpreterSubFolder::set(interpreter, u"sub");
+    InterpreterAccess::setSubFolder(interpreter, u"sub");
     EXPECT_TRUE(interpreter.InitFixedConst(nullptr));
     EXPECT_EQ(mapped(interpreter, u"%updatertemp%"), (suite.workFolder() / "sub").u16string());
     EXPECT_TRUE(interpreter.RealCreateDir());
@@ -251,7 +244,7 @@ TEST(TempSubFolder, IsAChildsToo)
     file.unzip = "%updatertemp%/x.zip";
     const auto interpreter = suite.load(
         DescriptorBuilder().section(suite.offer("Section", DescriptorBuilder().file(file))).xml());
-    InterpreterSubFolder::set(*interpreter, u"sub");
+    InterpreterAccess::setSubFolder(*interpreter, u"sub");
     EXPECT_TRUE(suite.parse(*interpreter));
     EXPECT_EQ(interpreter->filesToUpdate()[0]->GetActionByType(4)->location().view(),
         (suite.workFolder() / "sub/x.zip").u16string());
@@ -261,7 +254,7 @@ TEST(TempSubFolder, IsNotSoughtBehindASymbolicLink)
 {
     const Suite suite;
     CXMLInterpret interpreter(nullptr);
-    InterpreterSubFolder::set(interpreter, u"sub");
+    InterpreterAccess::setSubFolder(interpreter, u"sub");
     EXPECT_TRUE(interpreter.InitFixedConst(nullptr));
     fs::remove_all(suite.workFolder());
     (void)suite.home().folder().write("elsewhere/sub/kept", "x");

@@ -341,3 +341,18 @@ TEST(DownloadAndGatherUpdate, UsesItsOwnApplicationFolderForARecordWithoutBundle
     ASSERT_EQ(interpreter->filesToUpdate().size(), 1U);
     EXPECT_EQ(interpreter->filesToUpdate()[0]->GetActionByType(4)->location(), u"/Apps/Top/x.zip"sv);
 }
+
+TEST(DownloadAndGatherUpdate, DefinesNoApplicationFolderThatDoesNotFit)
+{
+    const Suite suite;
+    DescriptorFile file = fileNamed("Loose");
+    file.unzip = "%app%/x.zip";
+    suite.publish("Loose", DescriptorBuilder().file(file));
+    RecordWithoutBundle record(suite);
+    // Twice 600 units: cut at 1023, the path would be another one.
+    const auto interpreter = suite.load(top().constant("/A", "/" + std::string(599, 'a')).xml());
+    EXPECT_TRUE(interpreter->ParseFile(u"Top", u"1.0.0.0", u"/A/A", u"S/"));
+    EXPECT_EQ(interpreter->DownloadAndGatherUpdate(&record, kNoVersion), noErr);
+    ASSERT_EQ(namesOf(*interpreter), (Names {"Top", "Loose"}));
+    EXPECT_EQ(interpreter->filesToUpdate()[1]->GetActionByType(4)->location(), u"%app%/x.zip"sv);
+}

@@ -103,6 +103,17 @@ std::size_t Suite::fetched() const
     return fetchedList().size();
 }
 
+void InterpreterAccess::setSubFolder(CXMLInterpret& interpreter, const UniChar* name)
+{
+    interpreter.m_tempSubFolder = CLumStringW(name);
+}
+
+void InterpreterAccess::holdNullFiles(CXMLInterpret& interpreter, std::size_t count)
+{
+    for (std::size_t i = 0; i < count; ++i)
+        interpreter.m_files.AddItem(nullptr);
+}
+
 std::vector<std::string> namesOf(const CXMLInterpret& interpreter)
 {
     std::vector<std::string> names;

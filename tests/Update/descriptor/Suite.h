@@ -54,6 +54,13 @@ private:
     FakeHome m_home;
 };
 
+/// States of an interpreter that only very large descriptors, or no flow at all, would bring about.
+struct InterpreterAccess {
+    static void setSubFolder(CXMLInterpret& interpreter, const UniChar* name);
+    /// Makes it hold so many files that are null.
+    static void holdNullFiles(CXMLInterpret& interpreter, std::size_t count);
+};
+
 /// The names of the files that are left to update, in order.
 std::vector<std::string> namesOf(const CXMLInterpret& interpreter);
 
