@@ -1,8 +1,8 @@
 #include "WatchSelfUpdate/SelfRepair.h"
 
-#include <cerrno>
+#include "WatchSelfUpdate/Failure.h"
+
 #include <cstdio>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -13,12 +13,6 @@ constexpr uid_t kRootUser = 0;
 constexpr gid_t kRootGroup = 0;
 // Set-user-id, readable and executable by all, writable by none.
 constexpr mode_t kToolMode = 04555;
-
-ExitStatus failed(const char* call)
-{
-    std::fprintf(stderr, "WatchSelfUpdate: %s: %s\n", call, std::strerror(errno));
-    return ExitStatus::SystemError;
-}
 
 bool isSingleRegularFile(const struct stat& info)
 {

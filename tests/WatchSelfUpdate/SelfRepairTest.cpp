@@ -39,12 +39,12 @@ CFRef<CFURLRef> urlOf(const std::string& path)
 TEST(WatchSelfUpdate, PrintsItsUsageForAnyOtherCommandLine)
 {
     const ToolCopy tool;
-    const std::vector<std::vector<std::string>> cases = {{}, {""}, {"--help"}, {"--self-repai"},
+    const std::vector<std::vector<std::string>> cases = {{""}, {"--help"}, {"--self-repai"},
         {"--self-repair2"}, {"--self-repair", "more"}, {"x", "--self-repair"}};
     for (const auto& arguments : cases) {
         const ToolRun run = tool.run(arguments);
         EXPECT_EQ(run.status, 64);
-        EXPECT_EQ(run.errorText, "usage: WatchSelfUpdate --self-repair\n");
+        EXPECT_EQ(run.errorText, "usage: WatchSelfUpdate [--self-repair]\n");
     }
     EXPECT_EQ(tool.info().st_mode, mode_t(S_IFREG | 0755));
 }

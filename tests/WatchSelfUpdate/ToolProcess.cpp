@@ -27,10 +27,10 @@ namespace {
 
 } // namespace
 
-ToolCopy::ToolCopy()
+ToolCopy::ToolCopy(const char* program)
     : m_tool(m_folder.at("WatchSelfUpdate"))
 {
-    std::filesystem::copy_file(WATCH_SELF_UPDATE_TOOL, m_tool);
+    std::filesystem::copy_file(program, m_tool);
     EXPECT_EQ(chmod(m_folder.path().c_str(), 0755), 0);
     const bool canGiveAway = geteuid() == 0;
     EXPECT_TRUE(!canGiveAway || chown(m_tool.c_str(), kOrdinaryUser, kOrdinaryUser) == 0);

@@ -18,7 +18,7 @@ struct ToolRun {
 /// root.
 class ToolCopy {
 public:
-    ToolCopy();
+    explicit ToolCopy(const char* program = WATCH_SELF_UPDATE_TOOL);
 
     const std::filesystem::path& path() const { return m_tool; }
     const ScopedTempDir& folder() const { return m_folder; }

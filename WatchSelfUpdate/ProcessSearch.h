@@ -1,0 +1,15 @@
+// Whether a program runs, from /proc.
+#pragma once
+
+#include <string>
+
+enum class ProcessOwner {
+    Anybody,
+    CallingUser, ///< another user's processes do not count
+};
+
+/// Whether a process runs `path`, or was started on it: its program is that file or lies in that folder, or
+/// one of its words is that path (a script, or the package that an installer was given). Also finds a program
+/// whose file was replaced or removed since. This process, ended ones and those that may not be looked at do
+/// not count.
+bool isProgramRunning(const std::string& path, ProcessOwner owner);
