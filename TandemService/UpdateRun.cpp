@@ -35,6 +35,8 @@ UpdateRun::UpdateRun(const HostOptions& options, const std::string& pluginFolder
 {
     m_outcome.successText = installSuccessText();
     m_outcome.unattended = options.unattended;
+    if (options.mode == HostMode::check)
+        m_answer.emplace();
 }
 
 UpdateRun::~UpdateRun()
@@ -53,9 +55,13 @@ ExitStatus UpdateRun::run()
     const UserMessage* const message = m_desk.message();
     if (!message)
         return ExitStatus::nothingToOffer;
+    if (m_answer) {
+        m_answer->print(printableLine(message->text()));
+        return ExitStatus::done;
+    }
     std::printf("%s\n", printableLine(message->text()).c_str());
     (void)std::fflush(stdout); // where standard output is closed there is nobody to tell
-    return m_options.mode == HostMode::check ? ExitStatus::done : update();
+    return update();
 }
 
 bool UpdateRun::start()

@@ -1,6 +1,7 @@
 // One check or one update from the command line.
 #pragma once
 
+#include "TandemService/AnswerOutput.h"
 #include "TandemService/CommandLine.h"
 #include "TandemService/HostServices.h"
 #include "TandemService/MessageDesk.h"
@@ -8,6 +9,7 @@
 #include "TandemService/SetupPort.h"
 
 #include <memory>
+#include <optional>
 
 enum class WindowKind;
 class QWidget;
@@ -34,6 +36,8 @@ private:
 
     HostOptions m_options;
     std::string m_pluginFolder;
+    std::optional<AnswerOutput>
+        m_answer; ///< for a check alone; outlives the plug-in, which may print to its end
     RunOutcome m_outcome;
     HostServices m_services;
     SetupPort m_port;
