@@ -64,6 +64,17 @@ TEST(CHttpDownload, TextThatIsNoURLCannotStart)
     EXPECT_THAT(log.calls(), IsEmpty());
 }
 
+TEST(CHttpDownload, DownloadThatCannotStartLeavesTheBytesOfTheLastOne)
+{
+    ScopedServer server;
+    server.on("/a", answer::ok("hello"));
+    CHttpDownload downloader(kTimeoutMs, 0);
+    ASSERT_EQ(downloader.Download(server.wideUrl("/a").c_str(), 1, nullptr), 1);
+    EXPECT_EQ(downloader.Download(u"file:///nowhere/at/all", 0, nullptr), 0);
+    EXPECT_EQ(downloader.status(), 1);
+    EXPECT_EQ(receivedBytes(downloader), "hello");
+}
+
 TEST(CHttpDownload, AsksForTheEscapedPath)
 {
     ScopedServer server;

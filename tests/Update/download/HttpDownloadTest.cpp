@@ -9,8 +9,11 @@
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
+#include <filesystem>
 #include <optional>
 #include <string>
+#include <sys/resource.h>
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -30,6 +33,40 @@ bool download(CHttpDownload& downloader, DownloadLog& log, Mode mode, const std:
     EXPECT_EQ(downloader.Download(url.c_str(), 0, filePath), 1);
     EXPECT_TRUE(log.waitForEnd());
     return downloader.status() == 0;
+}
+
+/// While it lives, this process's files cannot grow beyond `bytes`, as on a full disk.
+class ScopedFileSizeLimit {
+public:
+    explicit ScopedFileSizeLimit(rlim_t bytes)
+        : m_formerHandler(std::signal(SIGXFSZ, SIG_IGN))
+    {
+        EXPECT_EQ(::getrlimit(RLIMIT_FSIZE, &m_former), 0);
+        const rlimit limit {bytes, m_former.rlim_max};
+        EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+    }
+    ScopedFileSizeLimit(const ScopedFileSizeLimit&) = delete;
+    ScopedFileSizeLimit& operator=(const ScopedFileSizeLimit&) = delete;
+    ~ScopedFileSizeLimit()
+    {
+        EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &m_former), 0);
+        (void)std::signal(SIGXFSZ, m_formerHandler); // it was valid before
+    }
+
+private:
+    rlimit m_former {};
+    void (*m_formerHandler)(int);
+};
+
+/// How many of this process's descriptors are open on the file.
+int openDescriptors(const std::filesystem::path& file)
+{
+    int found = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone; // the listing's own descriptor
+        found += std::filesystem::read_symlink(entry.path(), gone) == file ? 1 : 0;
+    }
+    return found;
 }
 
 class CHttpDownloadTest : public ::testing::TestWithParam<Mode> { };
@@ -234,6 +271,50 @@ TEST_P(CHttpDownloadTest, WritesChunksToTheTargetFileAndFreesTheBuffer)
     SInt32 size = 0;
     EXPECT_EQ(downloader.GetData(size), nullptr);
     EXPECT_EQ(size, 100'000) << "the received bytes are counted all the same";
+}
+
+TEST_P(CHttpDownloadTest, WriteThatFindsNoRoomIsNotCheckedAndTheDownloadGoesOn)
+{
+    const std::string body = longBody(100'000);
+    const ScopedTempDir folder;
+    const std::u16string target = wideFromUtf8(folder.at("target").string());
+    ScopedServer server;
+    server.on("/a", answer::ok(body));
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    bool succeeded = false;
+    {
+        const ScopedFileSizeLimit limit(20'000);
+        succeeded = download(downloader, log, GetParam(), server.wideUrl("/a"), target.c_str());
+    }
+    EXPECT_TRUE(succeeded);
+    EXPECT_EQ(log.chunkBytes(), body.size());
+    EXPECT_THAT(log.ends(), ElementsAre(DownloadCall {0, 0}));
+    EXPECT_TRUE(readWholeFile(folder.at("target")) == body.substr(0, 20'000));
+}
+
+TEST_P(CHttpDownloadTest, EverythingIsSettledWhenTheEndIsTold)
+{
+    const ScopedTempDir folder;
+    const std::u16string target = wideFromUtf8(folder.at("target").string());
+    ScopedServer server;
+    server.on("/a", answer::status(404, "no such page"));
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    const int before = openDescriptors(folder.at("target"));
+    int during = -1;
+    int atEnd = -1;
+    SInt32 status = 0;
+    log.atChunk = [&] { during = openDescriptors(folder.at("target")); };
+    log.atEnd = [&] {
+        atEnd = openDescriptors(folder.at("target"));
+        status = downloader.status();
+    };
+    EXPECT_FALSE(download(downloader, log, GetParam(), server.wideUrl("/a"), target.c_str()));
+    EXPECT_EQ(before, 0);
+    EXPECT_EQ(during, 1);
+    EXPECT_EQ(atEnd, 0) << "the file is closed first";
+    EXPECT_EQ(status, 4);
 }
 
 TEST_P(CHttpDownloadTest, TargetThatCannotBeCreatedIsToldAndGives0)

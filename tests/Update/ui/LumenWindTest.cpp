@@ -26,6 +26,23 @@ public:
     bool wasHidden = false;
 };
 
+/// Counts how often a window is put before the others.
+class RaiseCounter : public QObject {
+public:
+    explicit RaiseCounter(QWidget& window)
+        : QObject(&window)
+    {
+        window.installEventFilter(this);
+    }
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        count += event->type() == QEvent::ZOrderChange ? 1 : 0;
+        return false;
+    }
+
+    int count = 0;
+};
+
 TEST(PLumenWind, ShowsAFramelessWindowSizedToItsContentInTheMiddleOfTheScreen)
 {
     const ProductsScene scene;
@@ -58,6 +75,16 @@ TEST(PLumenWind, ShowOfAnExistingWindowOnlyBringsItToTheFront)
     EXPECT_TRUE(wind.Show(u"Au_processing.aui", &scene.files, false));
     EXPECT_EQ(windows::only(), first);
     EXPECT_EQ(wind.installs, 1);
+}
+
+TEST(PLumenWind, ShowBringsTheWindowToTheFrontInAnyCase)
+{
+    const ProductsScene scene;
+    CountingWind wind;
+    wind.Show(u"Au_products.aui", &scene.files, false);
+    const auto* raises = new RaiseCounter(*windows::only()); // the window owns it
+    wind.Show(u"Au_products.aui", &scene.files, false);
+    EXPECT_EQ(raises->count, 1);
 }
 
 TEST(PLumenWind, LayoutThatCannotBeLoadedLeavesAWindowWithoutContent)
