@@ -6,10 +6,14 @@
 #include "Platform/Support/ErrorNumbers.h"
 #include "Platform/Support/Unicode.h"
 
-#include <climits>
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string>
+#include <sys/stat.h>
+#include <utility>
+#include <vector>
 
 #include <gio/gdesktopappinfo.h>
 
@@ -24,6 +28,7 @@ template <typename T> using GLibOwned = std::unique_ptr<T, GLibFree>;
 
 /// The name of a desktop entry is a file name.
 constexpr std::size_t kMaxEntryNameBytes = 255;
+constexpr off_t kMaxEntryBytes = 1 << 20;
 
 /// The name of the identifier's desktop entry; empty when it could be none.
 std::string entryName(CFStringRef identifier)
@@ -36,6 +41,43 @@ std::string entryName(CFStringRef identifier)
     return name.append(kSuffix);
 }
 
+/// The folders that hold "applications", the most important first (XDG Base Directory Specification 0.8).
+std::vector<std::string> dataFolders()
+{
+    // GLib keeps what it found at its first look; the variables may have been set since.
+    const auto valueOr = [](const char* name, const std::string& fallback) {
+        const char* const value = std::getenv(name);
+        return value && *value ? std::string(value) : fallback;
+    };
+    std::string list = valueOr("XDG_DATA_HOME", std::string(g_get_home_dir()) + "/.local/share");
+    list += ':' + valueOr("XDG_DATA_DIRS", "/usr/local/share:/usr/share");
+    std::vector<std::string> folders;
+    for (std::size_t at = 0; at < list.size();) {
+        const std::size_t end = std::min(list.find(':', at), list.size());
+        if (list[at] == '/')
+            folders.push_back(list.substr(at, end - at));
+        at = end + 1;
+    }
+    return folders;
+}
+
+/// The desktop entry of that name; null when there is none, or the most important one of the name is damaged,
+/// hidden or names no program.
+GLibOwned<GDesktopAppInfo> findEntry(const std::string& name)
+{
+    for (const std::string& folder : dataFolders()) {
+        const std::string path = folder + "/applications/" + name;
+        struct stat status;
+        if (::stat(path.c_str(), &status) != 0)
+            continue;
+        if (!S_ISREG(status.st_mode) || status.st_size > kMaxEntryBytes)
+            return nullptr;
+        GLibOwned<GDesktopAppInfo> entry(g_desktop_app_info_new_from_filename(path.c_str()));
+        return entry && !g_desktop_app_info_get_is_hidden(entry.get()) ? std::move(entry) : nullptr;
+    }
+    return nullptr;
+}
+
 /// The word of a command line that names its program: "env", its options and its assignments may stand
 /// before it. Null when there is none.
 const char* programWord(const char* const* words)
@@ -43,7 +85,7 @@ const char* programWord(const char* const* words)
     if (!words[0] || std::string_view(words[0]) != "env")
         return words[0];
     while (*++words)
-        if (**words != '-' && std::string_view(*words).find('=') == std::string_view::npos)
+        if (**words != '-' && !std::strchr(*words, '='))
             break;
     return *words;
 }
@@ -56,8 +98,11 @@ std::string programOf(const char* commandLine)
         return "";
     const GLibOwned<char*[]> words(split);
     const char* const word = programWord(split);
-    const GLibOwned<char> program(word ? g_find_program_in_path(word) : nullptr);
-    return program ? program.get() : "";
+    // A relative path would count from wherever this process happens to be.
+    if (!word || (word[0] != '/' && std::strchr(word, '/')))
+        return "";
+    const GLibOwned<char> program(g_find_program_in_path(word));
+    return program && program.get()[0] == '/' ? program.get() : "";
 }
 
 /// The bundle of a program, which may be a link to where it lies; empty when it lies in none.
@@ -83,7 +128,7 @@ OSStatus LSFindApplicationForInfo(
     const std::string file = entryName(identifier);
     if (file.empty())
         return kLSApplicationNotFoundErr;
-    const GLibOwned<GDesktopAppInfo> entry(g_desktop_app_info_new(file.c_str()));
+    const GLibOwned<GDesktopAppInfo> entry = findEntry(file);
     if (!entry)
         return kLSApplicationNotFoundErr;
     const std::string folder = bundleOf(programOf(g_app_info_get_commandline(G_APP_INFO(entry.get()))));

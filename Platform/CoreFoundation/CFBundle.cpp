@@ -28,16 +28,6 @@ CFRef<CFBundleRef>& mainBundle()
     return *kMain;
 }
 
-std::optional<std::string> pathOf(CFURLRef url)
-{
-    const CFIndex room = CFStringGetLength(CFURLGetString(url)) + 1; // an escape only gets shorter
-    std::string path(static_cast<std::size_t>(room), '\0');
-    if (!CFURLGetFileSystemRepresentation(url, 1, reinterpret_cast<UInt8*>(path.data()), room))
-        return std::nullopt;
-    path.resize(path.find('\0'));
-    return path;
-}
-
 std::optional<FolderIdentity> identityOf(const std::string& folder)
 {
     struct stat status;
@@ -75,6 +65,16 @@ CFBundleRef createBundleOfProgram()
 }
 
 } // namespace
+
+std::optional<std::string> filePathOf(CFURLRef url)
+{
+    const CFIndex room = CFStringGetLength(CFURLGetString(url)) + 1; // an escape only gets shorter
+    std::string path(static_cast<std::size_t>(room), '\0');
+    if (!CFURLGetFileSystemRepresentation(url, 1, reinterpret_cast<UInt8*>(path.data()), room))
+        return std::nullopt;
+    path.resize(path.find('\0'));
+    return path;
+}
 
 __CFBundle::__CFBundle(CFURLRef url, CFRef<CFDictionaryRef> info, std::string folder, FolderIdentity identity)
     : CFObject(kCFRuntimeBundle)
@@ -124,7 +124,7 @@ CFBundleRef CFBundleGetBundleWithIdentifier(CFStringRef identifier)
 
 CFBundleRef CFBundleCreate(CFAllocatorRef, CFURLRef bundleFolder)
 {
-    std::optional<std::string> folder = pathOf(bundleFolder);
+    std::optional<std::string> folder = filePathOf(bundleFolder);
     const std::optional<FolderIdentity> identity = folder ? identityOf(*folder) : std::nullopt;
     if (!identity)
         return nullptr;

@@ -38,6 +38,9 @@ CFURLRef CFBundleCopyResourcesDirectoryURL(CFBundleRef bundle);
 /// path component. `subFolder` must be null.
 CFURLRef CFBundleCopyResourceURL(
     CFBundleRef bundle, CFStringRef name, CFStringRef type, CFStringRef subFolder);
+/// The same for the bundle at a folder, whose Info.plist is not read.
+CFURLRef CFBundleCopyResourceURLInDirectory(
+    CFURLRef bundleFolder, CFStringRef name, CFStringRef type, CFStringRef subFolder);
 /// Contents/Linux/NAME, or null when it does not exist or is no single path component.
 CFURLRef CFBundleCopyAuxiliaryExecutableURL(CFBundleRef bundle, CFStringRef name);
 

@@ -10,6 +10,9 @@
 #include <string_view>
 #include <sys/types.h>
 
+/// The path of a file URL; nothing when it is none.
+std::optional<std::string> filePathOf(CFURLRef url);
+
 /// A folder by device and inode.
 struct FolderIdentity {
     dev_t device;

@@ -29,15 +29,31 @@ bool exists(const std::string& path)
     return ::stat(path.c_str(), &status) == 0;
 }
 
-} // namespace
-
-std::optional<std::string> __CFBundle::existing(std::string_view place, std::u16string_view name) const
+std::optional<std::string> existingIn(
+    const std::string& bundleFolder, std::string_view place, std::u16string_view name)
 {
     std::string utf8;
     if (!isOneComponent(name) || !pathFromWide(name, utf8))
         return std::nullopt;
-    std::string path = m_folder + "/Contents/" + std::string(place) + '/' + utf8;
+    std::string path = bundleFolder + "/Contents/" + std::string(place) + '/' + utf8;
     return exists(path) ? std::optional(std::move(path)) : std::nullopt;
+}
+
+CFURLRef copyResourceURL(const std::string& bundleFolder, CFStringRef name, CFStringRef type)
+{
+    std::u16string file(CFStringGetView(name));
+    if (type) {
+        file += u'.';
+        file += CFStringGetView(type);
+    }
+    return urlOf(existingIn(bundleFolder, "Resources", file));
+}
+
+} // namespace
+
+std::optional<std::string> __CFBundle::existing(std::string_view place, std::u16string_view name) const
+{
+    return existingIn(m_folder, place, name);
 }
 
 CFURLRef CFBundleCopyResourcesDirectoryURL(CFBundleRef bundle)
@@ -50,12 +66,15 @@ CFURLRef CFBundleCopyResourceURL(
     CFBundleRef bundle, CFStringRef name, CFStringRef type, CFStringRef subFolder)
 {
     VELMORA_ASSERT(subFolder == nullptr);
-    std::u16string file(CFStringGetView(name));
-    if (type) {
-        file += u'.';
-        file += CFStringGetView(type);
-    }
-    return urlOf(bundle->existing("Resources", file));
+    return copyResourceURL(bundle->m_folder, name, type);
+}
+
+CFURLRef CFBundleCopyResourceURLInDirectory(
+    CFURLRef bundleFolder, CFStringRef name, CFStringRef type, CFStringRef subFolder)
+{
+    VELMORA_ASSERT(subFolder == nullptr);
+    const std::optional<std::string> folder = bundleFolder ? filePathOf(bundleFolder) : std::nullopt;
+    return folder ? copyResourceURL(*folder, name, type) : nullptr;
 }
 
 CFURLRef CFBundleCopyAuxiliaryExecutableURL(CFBundleRef bundle, CFStringRef name)

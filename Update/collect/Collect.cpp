@@ -3,10 +3,13 @@
 
 #include "Platform/Carbon/FSRef.h"
 #include "Platform/VelTan/ProductRegistry.h"
+#include "Platform/Support/Unicode.h"
 #include "Update/collect/AppIni.h"
+#include "Update/collect/SearchApplication.h"
 #include "Update/collect/UpdateIni.h"
 
 #include <algorithm>
+#include <string>
 #include <utility>
 
 namespace {
@@ -18,12 +21,20 @@ void setRecordSize(VELTAN_ProdInfo& info)
         info.size[i] = static_cast<UInt8>(kSize >> (24 - 8 * i));
 }
 
-/// The record of the bundle at the product's installation path; null when nothing is there or it has no
-/// Info.plist.
+/// Finds a product that is gone from its installation path by its saved information.
+bool findMovedProduct(const VELTAN_ProdInfo& info, FSRef& ref)
+{
+    char path[kMaxPathBytes + 1] = {};
+    std::u16string widePath;
+    return SearchApplicationExistMacDatabase(info.firstName, info.secondName, path, sizeof path)
+        && wideFromPath(path, widePath) && makeRefFromWidePath(widePath, ref);
+}
+
+/// The record of the product's bundle, from where it is found; null when it is not, or has no Info.plist.
 std::unique_ptr<CPListParse> readProduct(const VELTAN_ProdInfo& info)
 {
     FSRef ref;
-    if (!makeRefFromWidePath(info.installPath, ref))
+    if (!makeRefFromWidePath(info.installPath, ref) && !findMovedProduct(info, ref))
         return nullptr;
     const CFRef url = adoptCF(CFURLCreateFromFSRef(kCFAllocatorDefault, &ref));
     auto record = std::make_unique<CAppIni>();

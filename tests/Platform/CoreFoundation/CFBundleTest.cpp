@@ -188,6 +188,21 @@ TEST_F(CFBundle, FindsItsResources)
     EXPECT_EQ(find(u"", nullptr), "(null)");
 }
 
+TEST_F(CFBundle, FindsResourcesBelowAFolderWithoutReadingItsPropertyList)
+{
+    const fs::path file = m_folder.write("A.bundle/Contents/Resources/sections.xml", "x");
+    const auto find = [&](const fs::path& folder, std::u16string_view name) {
+        const auto url = folderUrl(folder);
+        return pathOf(adoptCF(CFBundleCopyResourceURLInDirectory(url, cf(name), cf(u"xml"), nullptr)));
+    };
+    EXPECT_EQ(find(m_folder.at("A.bundle"), u"sections"), file.string());
+    EXPECT_EQ(find(m_folder.at("A.bundle"), u"absent"), "(null)");
+    EXPECT_EQ(find(m_folder.at("B.bundle"), u"sections"), "(null)");
+    EXPECT_EQ(find(m_folder.at("A.bundle"), u"../Resources/sections"), "(null)");
+    const auto web = adoptCF(CFURLCreateWithString(nullptr, cf(u"http://127.0.0.1/A.bundle/"), nullptr));
+    EXPECT_EQ(CFBundleCopyResourceURLInDirectory(web, cf(u"sections"), cf(u"xml"), nullptr), nullptr);
+}
+
 TEST_F(CFBundle, FindsItsPrograms)
 {
     const fs::path folder = makeBundle("A.bundle", "");
