@@ -53,6 +53,16 @@ OSStatus identityOf(const Stream& stream, Identity& identity)
     return noErr;
 }
 
+/// Whether something is mounted there. A folder of the same file system may be (a bind mount), so its device
+/// alone does not tell.
+bool isMountPoint(const Stream& stream)
+{
+    struct statx status;
+    if (::statx(::dirfd(stream.get()), "", AT_EMPTY_PATH, STATX_TYPE, &status) != 0)
+        return true; // what cannot be looked at is left alone
+    return (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+}
+
 bool isDotEntry(const char* name)
 {
     return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
@@ -169,7 +179,7 @@ OSStatus FSOpenChildIterator(FSIterator parent, FSIterator* child)
         error = identityOf(walk->stream, walk->identity);
     if (error != noErr)
         return error;
-    if (walk->identity.device != parent->identity.device)
+    if (walk->identity.device != parent->identity.device || isMountPoint(walk->stream))
         return fBsyErr;
     closeFarAncestor(walk.get());
     *child = walk.release();

@@ -15,8 +15,8 @@ inline constexpr int kMaxOpenLevels = 16;
 /// Opens a walk over the children of `folder`; a symbolic link in its place is refused with dirNFErr.
 OSStatus FSOpenIterator(const FSRef* folder, FSIterator* iterator);
 /// Opens a walk over the children of the child that `parent` gave last. dirNFErr when it is no folder (any
-/// more), fBsyErr when another file system is mounted on it: what lies there does not belong to the folder.
-/// Until the new walk is closed `parent` must be neither used nor closed.
+/// more), fBsyErr when something is mounted on it, a folder of the same file system included: what lies there
+/// does not belong to the folder. Until the new walk is closed `parent` must be neither used nor closed.
 OSStatus FSOpenChildIterator(FSIterator parent, FSIterator* child);
 /// Gives the next children, at most `maximum` (1 or more), in no particular order; `actual` is how many.
 /// errFSNoMoreItems together with the last ones (they count); with another error the walk is at its end.

@@ -264,6 +264,24 @@ TEST_F(FSDeleteObjectsHostileTest, StopsWhereAFolderWasMovedAwayFromAboveTheOpen
     EXPECT_EQ(countOf(printed, "theGlobals->result != noErr"), 2u) << printed;
 }
 
+TEST_F(FSDeleteObjectsHostileTest, LeavesAFolderOfTheSameFileSystemThatIsMountedAlone)
+{
+    const fs::path mounted = m_temp.makeFolder("tree/mounted");
+    const fs::path elsewhere = m_temp.write("elsewhere/file", "kept");
+    const FSRef ref = refTo(m_tree);
+    constexpr int kCannotMount = 3;
+    const int status = child::run([&] {
+        if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0
+            || ::mount(elsewhere.parent_path().c_str(), mounted.c_str(), nullptr, MS_BIND, nullptr) != 0)
+            return kCannotMount;
+        return deleteQuietly(ref) == -47 ? 0 : 1;
+    });
+    if (status == kCannotMount)
+        GTEST_SKIP() << "mounting needs user id 0";
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(readWholeFile(elsewhere), "kept");
+}
+
 TEST_F(FSDeleteObjectsHostileTest, LeavesAMountedFileSystemAlone)
 {
     const fs::path mounted = m_temp.makeFolder("tree/mounted");
