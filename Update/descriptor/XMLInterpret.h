@@ -88,7 +88,7 @@ private:
     bool findWorkFolder(FSRef& folder) const;
 
     SInt32 followBundle(const FSRef& bundle, const Version& requiredVersion);
-    bool mayFollow(CFURLRef bundle) const;
+    bool mayFollow(const FSRef* bundle) const;
     CLumStringW bundlePathOf(const CPListParse& plist) const;
     void takeOverFiles(CXMLInterpret& child);
     bool isBelowCommonDescriptor() const;

@@ -62,9 +62,13 @@ bool CXMLInterpret::CaclDependencyUpdate()
     return true;
 }
 
-/// What DownloadAndGatherUpdate returns, or dirNFErr when the bundle's property list cannot be read.
+/// What DownloadAndGatherUpdate returns, or dirNFErr when the property list of a bundle that may be followed
+/// cannot be read.
 SInt32 CXMLInterpret::followBundle(const FSRef& bundle, const Version& requiredVersion)
 {
+    // Looked at before the property list is read: a descriptor can name one bundle some 500,000 times.
+    if (!mayFollow(&bundle))
+        return noErr;
     // On the heap, being some 9 KB: a chain of 100 levels must fit a small stack.
     const auto plist = std::make_unique<CAppIni>();
     const CFRef url = adoptCF(CFURLCreateFromFSRef(kCFAllocatorDefault, &bundle));
@@ -75,7 +79,8 @@ SInt32 CXMLInterpret::followBundle(const FSRef& bundle, const Version& requiredV
 
 SInt32 CXMLInterpret::DownloadAndGatherUpdate(CPListParse* plist, const SInt32* requiredVersion)
 {
-    if (!mayFollow(plist->bundleURL()))
+    FSRef folder;
+    if (!mayFollow(plist->bundleURL() && CFURLGetFSRef(plist->bundleURL(), &folder) ? &folder : nullptr))
         return noErr;
     topOfChain().m_followedBytes += kFollowedBundleBytes; // a fetch that fails costs time as well
     const CLumStringW base = downloadBaseOf(*plist);
@@ -102,15 +107,13 @@ SInt32 CXMLInterpret::DownloadAndGatherUpdate(CPListParse* plist, const SInt32* 
 }
 
 /// False for a bundle that is already being interpreted on this chain, and at the limits: what is cut there
-/// gathers nothing.
-bool CXMLInterpret::mayFollow(CFURLRef bundle) const
+/// gathers nothing. `bundle` is null for one without a folder.
+bool CXMLInterpret::mayFollow(const FSRef* bundle) const
 {
-    FSRef folder;
-    const bool hasFolder = bundle && CFURLGetFSRef(bundle, &folder);
     int levels = 0;
     for (const CXMLInterpret* level = this; level; level = level->m_parent) {
         ++levels;
-        if (hasFolder && level->m_bundle && FSCompareFSRefs(&folder, &*level->m_bundle) == noErr)
+        if (bundle && level->m_bundle && FSCompareFSRefs(bundle, &*level->m_bundle) == noErr)
             return false;
     }
     return levels < kMaxChainLevels && topOfChain().m_followedBytes < kMaxFollowedBytes

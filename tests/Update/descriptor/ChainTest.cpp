@@ -64,6 +64,16 @@ TEST(Chain, AcceptsADependencyOnTheProductItself)
     EXPECT_EQ(namesOf(*interpreter), (Names {"Top"}));
 }
 
+TEST(Chain, CutsBeforeItReadsThePropertyListAgain)
+{
+    const Suite suite;
+    fs::remove(suite.bundle("Top") / "Contents/Info.plist");
+    const auto interpreter
+        = suite.parsed(DescriptorBuilder().dependency(suite.bundle("Top")).file(fileNamed("Top")));
+    EXPECT_EQ(interpreter->status(), 1);
+    EXPECT_EQ(namesOf(*interpreter), (Names {"Top"}));
+}
+
 TEST(Chain, CutsACycleOfTwoBundles)
 {
     const Suite suite;

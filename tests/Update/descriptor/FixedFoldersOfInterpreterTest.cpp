@@ -180,6 +180,16 @@ TEST(RealCreateDir, LeavesAnExistingFolderAlone)
     EXPECT_TRUE(fs::exists(suite.workFolder() / "kept"));
 }
 
+TEST(RealCreateDir, LeavesAlsoAFileInItsPlaceAlone)
+{
+    const Suite suite;
+    CXMLInterpret interpreter(nullptr);
+    EXPECT_TRUE(interpreter.InitFixedConst(nullptr));
+    (void)suite.home().folder().write("cache/VelmoraTandemUpdater", "x");
+    EXPECT_TRUE(interpreter.RealCreateDir());
+    EXPECT_TRUE(fs::is_regular_file(suite.workFolder()));
+}
+
 TEST(RealCreateDir, FollowsNoSymbolicLink)
 {
     const Suite suite;
