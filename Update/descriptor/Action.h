@@ -12,7 +12,6 @@ enum ActionType : SInt32 { kNoAction = -1, kDownloadAction = 0, kRunAction = 1, 
 class CAction {
 public:
     CAction() = default;
-    virtual ~CAction() = default;
     CAction(const CAction&) = delete;
     CAction& operator=(const CAction&) = delete;
 
@@ -20,6 +19,7 @@ public:
     virtual int Parse(CFTreeRef tree, const CConstants* constants);
     /// Carries the action out: 1 on success, 0 on failure. The base does nothing and returns 0.
     virtual int DoAction(CGeneral* general, CPListParse* product);
+    virtual ~CAction() = default;
 
     SInt32 type() const { return m_actionType; }
     /// At most 1023 units; a path that did not fit is empty.

@@ -20,8 +20,8 @@ public:
     CLumStringW name;
     Version version {};
     CLumStringW language {u"eng"};
-    CLumStringW
-        location; ///< after substitution: the component's bundle folder; empty when the path did not fit
+    /// After substitution: the component's bundle folder; empty when the path did not fit.
+    CLumStringW location;
 };
 
 class CDependencies {

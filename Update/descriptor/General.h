@@ -22,8 +22,8 @@ public:
     int Parse(CFTreeRef tree, const CConstants* constants);
 
     Version version {};
-    SInt32 closeApplication
-        = 0; ///< 0 no, 1 yes, 2 restart, 3 restart the system, 4 restart system and application
+    /// 0 no, 1 yes, 2 restart, 3 restart the system, 4 restart system and application.
+    SInt32 closeApplication = 0;
     SInt32 showErrors = 0;
     SInt32 selfUpdate = 1;
     SInt32 resumeDownloads = 1;

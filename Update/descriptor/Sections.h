@@ -27,8 +27,8 @@ public:
     CLumStringW url;
     CLumStringW description;
     SInt32 size = 0; ///< in bytes, as the descriptor says
-    CLumStringW
-        location; ///< after substitution: the component's bundle folder; empty when the path did not fit
+    /// After substitution: the component's bundle folder; empty when the path did not fit.
+    CLumStringW location;
 };
 
 class CSects {

@@ -55,8 +55,8 @@ bool CXMLInterpret::InitFixedConst(const UniChar* appPath)
     m_tempDir = CreateFixedDir(m_tempSubFolder.c_str(), 0);
     if (m_tempDir.empty())
         return false;
-    (void)ClearAllFileInFixedDir(); // what cannot be deleted now is found, and refused or used, by
-                                    // RealCreateDir
+    // What cannot be deleted now is found, and refused or used, by RealCreateDir.
+    (void)ClearAllFileInFixedDir();
     if (!addFolder(m_constants, u"%updatertemp%", m_tempDir))
         return false;
 

@@ -3,10 +3,10 @@
 
 #include "Platform/Lumen/LumString.h"
 
-inline constexpr SInt32 kWorkFolder
-    = 0; ///< "VelmoraTandemUpdater": downloaded files and what is unpacked from them
-inline constexpr SInt32 kDescriptorFolder
-    = 1; ///< "com.Velmora.Tandem.XMLFile"; every other selector names it too
+/// "VelmoraTandemUpdater": downloaded files and what is unpacked from them.
+inline constexpr SInt32 kWorkFolder = 0;
+/// "com.Velmora.Tandem.XMLFile"; every other selector names it too.
+inline constexpr SInt32 kDescriptorFolder = 1;
 
 /// The path, without a trailing "/", of the fixed folder that `selector` names or of its child `subFolder`
 /// (null or empty: the folder itself). What is missing is made with mode 0700; a symbolic link in the place
