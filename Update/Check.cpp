@@ -13,13 +13,15 @@
 
 namespace {
 
-/// The path of a product's bundle, or the empty text.
+/// The path of a product's bundle; empty when it has none or the path does not fit or convert.
 WideText bundlePath(CPListParse& product)
 {
     UInt8 path[1024] = {};
     if (!product.bundleURL() || !CFURLGetFileSystemRepresentation(product.bundleURL(), 1, path, sizeof path))
         return {};
-    return WideText(wideFromUtf8(reinterpret_cast<const char*>(path)));
+    std::u16string wide;
+    (void)wideFromPath(reinterpret_cast<const char*>(path), wide); // leaves it empty on failure
+    return WideText(wide);
 }
 
 } // namespace
