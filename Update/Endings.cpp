@@ -88,7 +88,7 @@ void CUpdateInter::finishMessage(RunSerial run)
 {
     if (run == m_run)
         Busy = 0;
-    else if (run == m_cancelledRun || Busy)
+    else if (run <= m_cancelledRun || Busy)
         return;
     endMsgProcess();
 }

@@ -14,14 +14,18 @@ constexpr EventTimerInterval kInstallTickSeconds = 0.02;
 constexpr SInt32 kUserCancelled = 3;
 constexpr SInt32 kStepFailed = -1;
 
-/// `path` up to its last "/"; empty when it has none.
-std::u16string_view folderOf(std::u16string_view path)
+} // namespace
+
+std::u16string_view archiveFolderOf(std::u16string_view path)
 {
     const std::size_t slash = path.rfind(u'/');
     return slash == std::u16string_view::npos ? std::u16string_view() : path.substr(0, slash);
 }
 
-} // namespace
+std::u16string_view packageTargetOf(std::u16string_view destination)
+{
+    return destination.rfind(u'/') == 0 ? destination.substr(0, 1) : archiveFolderOf(destination);
+}
 
 void CUpdateInter::Install_TimeoutTimerProc(EventLoopTimerRef, void* userData)
 {
@@ -66,7 +70,7 @@ bool CUpdateInter::unzipStep(const CFileSec& file) const
     const CAction* const action = file.GetActionByType(kUnzipAction);
     if (!action)
         return true;
-    const std::u16string_view parent = folderOf(action->location());
+    const std::u16string_view parent = archiveFolderOf(action->location());
     std::string archive;
     std::string folder;
     // An archive without a folder of its own is unpacked into the working directory: an empty folder is
@@ -84,12 +88,11 @@ bool CUpdateInter::runStep()
     const CAction* const action = file ? file->GetActionByType(kRunAction) : nullptr;
     if (!action || action->location().empty() || action->destination().empty() || !isSelected(*file))
         return true;
-    const std::u16string_view destination = action->destination();
-    const std::u16string_view folder = destination.rfind(u'/') == 0 ? u"/" : folderOf(destination);
     std::string package;
     std::string target;
     // A destination without "/" names no folder: nothing is installed at a guess.
-    if (!pathFromWide(action->location(), package) || !pathFromWide(folder, target))
+    if (!pathFromWide(action->location(), package)
+        || !pathFromWide(packageTargetOf(action->destination()), target))
         return false;
     return CommunicationWithApp(kInstallPackageMessage, package.c_str(), target.c_str());
 }

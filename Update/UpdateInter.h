@@ -12,6 +12,7 @@
 #include "Update/ui/ProgressWind.h"
 
 #include <memory>
+#include <string_view>
 #include <vector>
 
 class CXMLInterpret;
@@ -136,7 +137,7 @@ private:
     SInt32 StepDone = 0;
 
     RunSerial m_run = 0;
-    RunSerial m_cancelledRun = 0; ///< the last run that CancelProcessMsg ended; 0 none
+    RunSerial m_cancelledRun = 0; ///< CancelProcessMsg ended this run and all before it; 0 none
     int m_callbackDepth = 0;      ///< how many of the downloader's callbacks are on the stack
     std::unique_ptr<CHttpDownload> m_retiredDownloader; ///< one that was deleted inside its own callback
 };
@@ -152,6 +153,15 @@ SInt32 percentOf(SInt32 done, SInt32 total);
 
 /// The sum of two sizes in bytes or steps, held at the largest 32-bit value.
 SInt32 addSizes(SInt32 a, SInt32 b);
+
+/// The folder that the archive at `path` is unpacked into: the path up to its last "/"; empty when there is
+/// none or when it is the first character.
+std::u16string_view archiveFolderOf(std::u16string_view path);
+
+/// The folder that a package is installed into for a product at `destination`: the path up to its last "/",
+/// or
+/// "/" itself when that is the first character; empty when there is none.
+std::u16string_view packageTargetOf(std::u16string_view destination);
 
 /// Shows a modal stop alert with `text` and waits for its OK button, processing events.
 void MyMessageBox(const UniChar* text);

@@ -78,8 +78,7 @@ FakeHost::FakeHost(
 
 FakeHost::~FakeHost()
 {
-    if (m_port)
-        CFMessagePortInvalidate(m_port);
+    closePort();
     CFBundleSetMainBundle(nullptr);
 }
 
@@ -99,6 +98,13 @@ void FakeHost::openPort()
     const CFRef name = adoptCF(CFStringCreateWithView(u"com.velmora.tandemservice.setup"));
     m_port = adoptCF(CFMessagePortCreateLocal(kCFAllocatorDefault, name, &FakeHost::serve, this));
     ASSERT_TRUE(m_port) << "the setup port could not be opened";
+}
+
+void FakeHost::closePort()
+{
+    if (m_port)
+        CFMessagePortInvalidate(m_port);
+    m_port = nullptr;
 }
 
 std::vector<PortRequest> FakeHost::requestsOf(SInt32 id) const
@@ -128,6 +134,8 @@ void FakeHost::EndMsgProcess(
     const UniChar* providerId, const UniChar* text, SInt32 first, SInt32 second, SInt32 third)
 {
     endings.push_back({providerId ? providerId : u"", text != nullptr, {first, second, third}});
+    if (onEnd)
+        onEnd();
 }
 
 void FakeHost::HostReserved()

@@ -54,12 +54,15 @@ public:
     void forgetBundle();
     /// Serves the setup port from now on.
     void openPort();
+    void closePort();
 
     // Settings
     SInt32 canGenerate = 1;
     bool hasResources = true;
     /// The reply to a request; by default 0 for every one.
     std::function<SInt32(const PortRequest&)> answer;
+    /// Called each time that a message is ended, after it was recorded.
+    std::function<void()> onEnd;
     /// How many bytes of the reply are sent.
     CFIndex replyBytes = 4;
 

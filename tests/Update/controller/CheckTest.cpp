@@ -80,6 +80,25 @@ TEST_F(Check, PostsNothingWithoutAPool)
     EXPECT_EQ(plugin().CanShowNow(nullptr), 0);
 }
 
+TEST_F(Check, CutsItsMessageAt1023Units)
+{
+    // 1020 units before the name: three of its units are left.
+    host().setTexts({.one = std::string(1020, 'x') + "%s"});
+    publishHostUpToDate();
+    installWithUpdate("Velmora Sketch");
+    ASSERT_EQ(check(), 0);
+    EXPECT_EQ(message(), std::u16string(1020, u'x') + u"Vel");
+}
+
+TEST_F(Check, RunsWithoutAContainer)
+{
+    publishHostUpToDate();
+    installWithUpdate("Velmora Sketch");
+    plugin().SetContainer(nullptr);
+    EXPECT_EQ(check(), 0);
+    EXPECT_EQ(message(), u"One: Velmora Sketch");
+}
+
 TEST_F(Check, DoesNotRunWhenTheHostRefuses)
 {
     host().canGenerate = 0;

@@ -1,7 +1,9 @@
 // The opened message: what is offered, and what an answer leads to.
 #include "tests/Update/controller/SuiteFixture.h"
 
+#include <QTest>
 #include <QTreeWidget>
+#include <QWindow>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -53,6 +55,46 @@ TEST_F(Selection, IgnoresANullMessage)
 TEST_F(Selection, RefusesAMessageBeforeAnyCheck)
 {
     EXPECT_EQ(open(), -1);
+}
+
+TEST_F(Selection, ShowsAnEmptyWindowAfterACheckThatFoundNothing)
+{
+    publishHostUpToDate();
+    checkAndOpen();
+    EXPECT_EQ(rows(), Rows {});
+    QWidget* const window = windowWith("butn_OK");
+    ASSERT_TRUE(window);
+    QTest::keyClick(window->windowHandle(), Qt::Key_Return);
+    EXPECT_EQ(host().endings.size(), 1u) << "nothing is chosen: the message just ends";
+    EXPECT_EQ(plugin().busy(), 0);
+    EXPECT_TRUE(host().requests.empty());
+}
+
+TEST_F(Selection, IsRefusedByAnySpellingOfAnotherProvider)
+{
+    offer({PublishedFile {}});
+    for (const char16_t* name : {u"", u"Update", u"Update.bundle2"}) {
+        FakeMessage message(name);
+        EXPECT_EQ(plugin().ProcessMsg(&message), -1);
+    }
+    EXPECT_EQ(windowWith("butn_OK"), nullptr);
+}
+
+TEST_F(Selection, TakesMarkedFilesOfSeveralProductsOnceByTheirUrl)
+{
+    publishHostUpToDate();
+    const auto part = makeBundle("Part", "1.0.0.0");
+    publish("Part", "1.0.0.0",
+        descriptorText(
+            "section", {PublishedFile {.name = "Part", .title = "Part 2", .location = "part.zip"}}));
+    for (const std::string name : {"Velmora Sketch", "Velmora Table"}) {
+        (void)install(name, "1.0.0.0"); // its folder is of no interest here
+        publish(name, "1.0.0.0",
+            descriptorText("common", {},
+                "<SECTIONS><SECTION version=\"2.0\" location=\"" + part.string() + "\"/></SECTIONS>"));
+    }
+    checkAndOpen();
+    EXPECT_EQ(rows(), (Rows {"Common Library", "> Part 2"}));
 }
 
 TEST_F(Selection, RefusesTheMessageOfAnotherProvider)
