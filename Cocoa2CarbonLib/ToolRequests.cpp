@@ -1,6 +1,7 @@
 #include "Cocoa2CarbonLib/ToolRequests.h"
 
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -13,13 +14,34 @@ std::string pathArgument(const char* path)
     return *path == '-' ? std::string("./") + path : std::string(path);
 }
 
+// The archive's path as unzip takes it, which reads a name that holds one of these as a pattern for archives
+// of the same folder. In brackets each stands for itself.
+std::string archiveArgument(const char* path)
+{
+    constexpr std::string_view kPatternCharacters = "*?[";
+    const std::string plain = pathArgument(path);
+    if (plain.find_first_of(kPatternCharacters) == std::string::npos)
+        return plain;
+    const std::size_t name = plain.rfind('/') + 1; // what stands before is never a pattern
+    std::string literal = plain.substr(0, name);
+    for (const char character : plain.substr(name)) {
+        if (kPatternCharacters.find(character) != std::string_view::npos)
+            literal.append({'[', character, ']'});
+        else if (character == '\\')
+            literal.append("\\\\");
+        else
+            literal += character;
+    }
+    return literal;
+}
+
 } // namespace
 
 ChildRequest unzipRequest(const char* zipPath, const char* destinationFolder)
 {
     ChildRequest request;
     request.program = kUnzipTool;
-    request.arguments = {"-o", pathArgument(zipPath), "-d", pathArgument(destinationFolder)};
+    request.arguments = {"-o", archiveArgument(zipPath), "-d", pathArgument(destinationFolder)};
     // Options from the environment could switch off its protection against members that lead out of the
     // folder.
     request.droppedVariables = {"UNZIP", "UNZIPOPT", "ZIPINFO"};

@@ -134,6 +134,28 @@ TEST(C2C_UnzipFile, DoesNotReadAPathThatBeginsWithADashAsAnOption)
     EXPECT_EQ(readWholeFile(folder.at("-t/inside.txt")), "dash");
 }
 
+TEST(C2C_UnzipFile, DoesNotReadANameAsAPattern)
+{
+    const ScopedTempDir folder;
+    (void)makeZip(folder, "a1.zip", "wrong");
+    (void)makeZip(folder, "a22.zip", "wrong");
+    for (const std::string name : {"a[1].zip", "a*.zip", "a?.zip", "a?\\[1-2]*.zip", "a\\1.zip"}) {
+        const fs::path zip = makeZip(folder, name, name);
+        fs::remove_all(folder.at("target"));
+        EXPECT_EQ(C2C_UnzipFile(zip.c_str(), folder.makeFolder("target").c_str()), 1) << name;
+        EXPECT_EQ(readWholeFile(folder.at("target/inside.txt")), name);
+    }
+}
+
+TEST(C2C_UnzipFile, TakesAnyNameOfTheArchivesFolder)
+{
+    const ScopedTempDir folder;
+    (void)folder.makeFolder("a[1]*\\");
+    const fs::path zip = makeZip(folder, "a[1]*\\/b\\c.zip", "fresh");
+    EXPECT_EQ(C2C_UnzipFile(zip.c_str(), folder.makeFolder("target[2]*").c_str()), 1);
+    EXPECT_EQ(readWholeFile(folder.at("target[2]*/inside.txt")), "fresh");
+}
+
 TEST(C2C_UnzipFile, IgnoresOptionsFromTheEnvironment)
 {
     const ScopedTempDir folder;
@@ -205,6 +227,14 @@ TEST(ToolRequests, StartUnzipWithExactlyItsArguments)
     EXPECT_EQ(request.droppedVariables, (std::vector<std::string_view> {"UNZIP", "UNZIPOPT", "ZIPINFO"}));
     EXPECT_TRUE(request.withoutTerminal);
     EXPECT_TRUE(request.withoutOutput);
+}
+
+TEST(ToolRequests, MarkPatternCharactersOfAnArchivesNameAlone)
+{
+    EXPECT_EQ(unzipRequest("/w*/a\\.zip", "/t[1]").arguments,
+        (std::vector<std::string> {"-o", "/w*/a\\\\.zip", "-d", "/t[1]"}));
+    EXPECT_EQ(unzipRequest("/w/a[1]*?\\.zip", "/t").arguments[1], "/w/a[[]1][*][?]\\\\.zip");
+    EXPECT_EQ(unzipRequest("a\\].zip", "/t").arguments[1], "a\\].zip");
 }
 
 TEST(ToolRequests, StartTheInstallerWithExactlyItsArguments)
