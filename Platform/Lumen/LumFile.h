@@ -3,6 +3,8 @@
 
 #include "Platform/Support/Types.h"
 
+#include <memory>
+
 /// A path that a file may be created or opened at; nothing need exist there.
 struct OpacLumFSRef;
 
@@ -11,6 +13,12 @@ struct OpacLumFSRef;
 OpacLumFSRef* Lum0FSRCreateWithPath(const UniChar* path);
 /// Null is allowed.
 void Lum0FSRRelease(OpacLumFSRef* ref);
+
+struct LumFSRefReleaser {
+    void operator()(OpacLumFSRef* ref) const { Lum0FSRRelease(ref); }
+};
+/// Owns a reference.
+using LumFSRefOwner = std::unique_ptr<OpacLumFSRef, LumFSRefReleaser>;
 
 /// Opens for reading.
 inline constexpr SInt32 kLumFileOpenRead = 1;

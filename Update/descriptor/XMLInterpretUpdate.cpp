@@ -8,11 +8,6 @@
 
 namespace {
 
-/// Lum0FSRRelease for an owner.
-struct ReleaseFSR {
-    void operator()(OpacLumFSRef* ref) const { Lum0FSRRelease(ref); }
-};
-
 /// The record's download base without the 2 KB buffer that it comes in: that buffer would stay in the frame
 /// of every level of a chain if this were inlined.
 [[gnu::noinline]] CLumStringW downloadBaseOf(const CPListParse& plist)
@@ -90,7 +85,7 @@ SInt32 CXMLInterpret::DownloadAndGatherUpdate(CPListParse* plist, const SInt32* 
         return fetched;
 
     const CLumStringW bundlePath = bundlePathOf(*plist);
-    std::unique_ptr<OpacLumFSRef, ReleaseFSR> file(CreateXMLFileRef(plist->xmlFileName().c_str()));
+    LumFSRefOwner file(CreateXMLFileRef(plist->xmlFileName().c_str()));
     const auto child = std::make_unique<CXMLInterpret>(file.get());
     file.reset();
     child->m_tempSubFolder = m_tempSubFolder;

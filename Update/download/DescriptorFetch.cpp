@@ -7,15 +7,9 @@
 #include "Update/helper/FixedFolders.h"
 
 #include <algorithm>
-#include <memory>
 #include <string_view>
 
 namespace {
-
-struct FSRefReleaser {
-    void operator()(OpacLumFSRef* ref) const { Lum0FSRRelease(ref); }
-};
-using LumFSRefOwner = std::unique_ptr<OpacLumFSRef, FSRefReleaser>;
 
 bool wasFetched(const CLumStringW& url)
 {

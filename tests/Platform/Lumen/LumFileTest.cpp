@@ -9,7 +9,6 @@
 
 #include <csignal>
 #include <fcntl.h>
-#include <memory>
 #include <set>
 #include <string>
 #include <sys/resource.h>
@@ -20,11 +19,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using ScopedRef = std::unique_ptr<OpacLumFSRef, decltype(&Lum0FSRRelease)>;
-
-ScopedRef refTo(const fs::path& path)
+LumFSRefOwner refTo(const fs::path& path)
 {
-    return ScopedRef(Lum0FSRCreateWithPath(path.u16string().c_str()), Lum0FSRRelease);
+    return LumFSRefOwner(Lum0FSRCreateWithPath(path.u16string().c_str()));
 }
 
 class LumFileTest : public testing::Test {
@@ -51,7 +48,7 @@ TEST_F(LumFileTest, MakesNoReferenceFromAPathThatIsNone)
     EXPECT_EQ(Lum0FSRCreateWithPath(std::u16string(1024, u'n').c_str()), nullptr);
     EXPECT_EQ(Lum0FSRCreateWithPath(std::u16string(512, u'\u00FC').c_str()), nullptr)
         << "1024 bytes of UTF-8";
-    EXPECT_NE(ScopedRef(Lum0FSRCreateWithPath(std::u16string(1023, u'n').c_str()), Lum0FSRRelease), nullptr);
+    EXPECT_NE(LumFSRefOwner(Lum0FSRCreateWithPath(std::u16string(1023, u'n').c_str())), nullptr);
     Lum0FSRRelease(nullptr);
 }
 
