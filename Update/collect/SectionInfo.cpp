@@ -1,50 +1,23 @@
 #include "Update/collect/SectionInfo.h"
 
 #include "Platform/CoreFoundation/CFBundle.h"
-#include "Platform/CoreFoundation/CFRef.h"
-#include "Platform/CoreFoundation/CFXMLNode.h"
-#include "Platform/Lumen/LumFile.h"
 #include "Platform/Support/Unicode.h"
+#include "Update/collect/XMLDocument.h"
 
-#include <memory>
 #include <string>
 
 namespace {
-
-/// The whole file's bytes; empty when it is too large or cannot be read.
-std::vector<UInt8> readFile(CFURLRef url)
-{
-    std::vector<UInt8> bytes;
-    const CFRef path = adoptCF(CFURLCopyFileSystemPath(url, kCFURLPOSIXPathStyle));
-    if (!path)
-        return bytes;
-    const std::unique_ptr<OpacLumFSRef, decltype(&Lum0FSRRelease)> ref(
-        Lum0FSRCreateWithPath(std::u16string(CFStringGetView(path)).c_str()), &Lum0FSRRelease);
-    const SInt16 file = LumFileOpenExt(ref.get(), kLumFileOpenRead);
-    if (file == -1)
-        return bytes;
-    const SInt64 size = LumFileGetFileSizeExt(file);
-    if (size > 0 && size <= kMaxSectionListBytes) {
-        bytes.resize(static_cast<std::size_t>(size));
-        if (LumFileReadExt(file, bytes.data(), size) != size)
-            bytes.clear();
-    }
-    (void)LumFileCloseExt(file); // it was only read
-    return bytes;
-}
 
 CFRef<CFXMLTreeRef> readTree(CFURLRef bundle)
 {
     const CFRef name = adoptCF(CFStringCreateWithView(u"sections"));
     const CFRef type = adoptCF(CFStringCreateWithView(u"xml"));
     const CFRef url = adoptCF(CFBundleCopyResourceURLInDirectory(bundle, name, type, nullptr));
-    if (!url)
+    const CFRef path = url ? adoptCF(CFURLCopyFileSystemPath(url, kCFURLPOSIXPathStyle)) : nullptr;
+    if (!path)
         return nullptr;
-    const std::vector<UInt8> bytes = readFile(url);
-    const CFRef data
-        = adoptCF(CFDataCreate(kCFAllocatorDefault, bytes.data(), static_cast<CFIndex>(bytes.size())));
-    return adoptCF(CFXMLTreeCreateFromData(
-        kCFAllocatorDefault, data, nullptr, kCFXMLParserSkipWhitespace, kCFXMLNodeCurrentVersion));
+    const LumFSRefOwner file(Lum0FSRCreateWithPath(std::u16string(CFStringGetView(path)).c_str()));
+    return readXMLDocument(file.get(), kMaxSectionListBytes).tree;
 }
 
 bool isElementNamed(CFTreeRef tree, std::u16string_view name)

@@ -1,42 +1,14 @@
 // Loading a descriptor, and the order in which its blocks are read.
 #include "Update/descriptor/XMLInterpret.h"
 
+#include "Update/collect/XMLDocument.h"
 #include "Update/descriptor/ElementReader.h"
-
-#include <vector>
-
-namespace {
-
-/// The whole file's bytes, or nothing when it is empty, too large or cannot be read.
-std::vector<UInt8> readDescriptor(OpacLumFSRef* ref)
-{
-    std::vector<UInt8> bytes;
-    const SInt16 file = LumFileOpenExt(ref, kLumFileOpenRead);
-    if (file == -1)
-        return bytes;
-    const SInt64 size = LumFileGetFileSizeExt(file);
-    if (size > 0 && size <= kMaxDescriptorBytes) {
-        bytes.resize(static_cast<std::size_t>(size));
-        if (LumFileReadExt(file, bytes.data(), size) != size)
-            bytes.clear();
-    }
-    (void)LumFileCloseExt(file); // it was only read
-    return bytes;
-}
-
-} // namespace
 
 CXMLInterpret::CXMLInterpret(OpacLumFSRef* file)
 {
-    const std::vector<UInt8> bytes = file ? readDescriptor(file) : std::vector<UInt8>();
-    if (bytes.empty())
-        return;
-    m_descriptorBytes = static_cast<SInt64>(bytes.size());
-    const CFRef data
-        = adoptCF(CFDataCreate(kCFAllocatorDefault, bytes.data(), static_cast<CFIndex>(bytes.size())));
-    if (data)
-        m_xmlTree = adoptCF(CFXMLTreeCreateFromData(
-            kCFAllocatorDefault, data, nullptr, kCFXMLParserSkipWhitespace, kCFXMLNodeCurrentVersion));
+    const XMLDocument document = readXMLDocument(file, kMaxDescriptorBytes);
+    m_xmlTree = document.tree;
+    m_descriptorBytes = document.bytes;
 }
 
 CXMLInterpret::~CXMLInterpret() = default;
