@@ -255,6 +255,17 @@ TEST(ParseFile, KeepsGatheredFilesForAProductWithoutAName)
     EXPECT_EQ(namesOf(*interpreter), (Names {"other", "Section"}));
 }
 
+TEST(ParseFile, ForgetsWhatItGatheredWhenCalledAgain)
+{
+    const Suite suite;
+    const auto section = suite.offer("Section");
+    const auto interpreter = suite.load(DescriptorBuilder().section(section).file(fileNamed("other")).xml());
+    EXPECT_TRUE(suite.parse(*interpreter));
+    std::filesystem::remove_all(section);
+    EXPECT_FALSE(suite.parse(*interpreter));
+    EXPECT_TRUE(interpreter->filesToUpdate().empty());
+}
+
 TEST(ParseFile, TakesNullArguments)
 {
     const Suite suite;
