@@ -1,7 +1,6 @@
 #include "tests/flows/StagedSuite.h"
 
 #include "tests/support/BundleBuilder.h"
-#include "tests/support/PackageBuilder.h"
 #include "tests/support/ProductBuilder.h"
 #include "tests/support/ZipFile.h"
 
@@ -79,6 +78,18 @@ void StagedSuite::publishServiceUpToDate()
     m_server.on("/u/Update_Velmora%20Tandem_1.0.0.0_eng_Mac.xml", answer::ok("<UPDATEINFO/>"));
 }
 
+void StagedSuite::publishServiceUpdate(const std::string& program)
+{
+    const auto package = packages::PackageBuilder()
+                             .folder("./TandemService.app")
+                             .folder("./TandemService.app/Contents")
+                             .file("./TandemService.app/Contents/Info.plist", newerInfo(app()))
+                             .folder("./TandemService.app/Contents/Linux")
+                             .file("./TandemService.app/Contents/Linux/TandemService", program, 0755);
+    publishPackage(
+        package, "Velmora Tandem", "/u/Update_Velmora%20Tandem_1.0.0.0_eng_Mac.xml", "updater", {});
+}
+
 void StagedSuite::publish(const std::string& name, const std::filesystem::path& bundle,
     const std::string& type, const std::string& more)
 {
@@ -86,17 +97,24 @@ void StagedSuite::publish(const std::string& name, const std::filesystem::path& 
     const auto package = packages::PackageBuilder()
                              .folder("./" + folder)
                              .folder("./" + folder + "/Contents")
-                             .file("./" + folder + "/Contents/Info.plist", newerInfo(bundle))
-                             .writeFlat(m_home.folder().at(name + ".pkg"));
-    const std::string archive = zipOf(name + ".pkg", readWholeFile(package));
-    m_server.on(archivePath(name), answer::ok(archive));
-    m_server.on(descriptorPath(name),
+                             .file("./" + folder + "/Contents/Info.plist", newerInfo(bundle));
+    publishPackage(package, name, descriptorPath(name), type, more);
+}
+
+void StagedSuite::publishPackage(const packages::PackageBuilder& package, const std::string& name,
+    const std::string& path, const std::string& type, const std::string& more)
+{
+    const std::string file = name.substr(0, name.find(' '));
+    const auto flat = package.writeFlat(m_home.folder().at(file + ".pkg"));
+    const std::string archive = zipOf(file + ".pkg", readWholeFile(flat));
+    m_server.on(archivePath(file), answer::ok(archive));
+    m_server.on(path,
         answer::ok("<UPDATEINFO><GENERAL><TYPE>" + type + "</TYPE></GENERAL>" + more + "<FILES><FILE name=\""
             + name + "\" check=\"version\" version=\"2.0.0.0\" size=\"" + std::to_string(archive.size())
-            + "\"><action type=\"download\"><destination>%updatertemp%/" + name
-            + ".zip</destination><location>" + name
-            + ".zip</location></action><action type=\"unzip\"><location>%updatertemp%/" + name
-            + ".zip</location></action><action type=\"run\"><location>%updatertemp%/" + name
+            + "\"><action type=\"download\"><destination>%updatertemp%/" + file
+            + ".zip</destination><location>" + file
+            + ".zip</location></action><action type=\"unzip\"><location>%updatertemp%/" + file
+            + ".zip</location></action><action type=\"run\"><location>%updatertemp%/" + file
             + ".pkg</location></action></FILE></FILES></UPDATEINFO>"));
 }
 

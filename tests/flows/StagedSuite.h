@@ -3,6 +3,7 @@
 #pragma once
 
 #include "tests/support/FakeHome.h"
+#include "tests/support/PackageBuilder.h"
 #include "tests/support/ScopedServer.h"
 
 #include <QProcess>
@@ -30,6 +31,9 @@ public:
         const std::string& type = "app", const std::string& more = {});
     /// Publishes a descriptor for the service itself that offers nothing.
     void publishServiceUpToDate();
+    /// Publishes a descriptor for the service itself that offers version 2.0.0.0 in a package; its program is
+    /// `program`, a script.
+    void publishServiceUpdate(const std::string& program);
     /// Where the archive of a published product is asked for.
     static std::string archivePath(const std::string& name);
     static std::string descriptorPath(const std::string& name);
@@ -47,6 +51,9 @@ public:
     std::filesystem::path app() const;
 
 private:
+    /// Publishes an archive of a package, and the descriptor at `path` that offers it.
+    void publishPackage(const packages::PackageBuilder& package, const std::string& name,
+        const std::string& path, const std::string& type, const std::string& more);
     void writeInfo(const std::filesystem::path& bundle, const std::string& identifier,
         const std::string& executable, const std::string& name) const;
 

@@ -1,4 +1,5 @@
 // Whole updates through the installed service, the loaded bundle and a web server.
+#include "Platform/CoreFoundation/CFRunLoop.h"
 #include "tests/flows/StagedSuite.h"
 
 #include <gtest/gtest.h>
@@ -54,6 +55,22 @@ TEST_F(UpdateFlow, UpdatesWhatASectionAndADependencyPointAt)
     EXPECT_EQ(result.status, 0) << result.output << result.errors;
     for (const auto& bundle : {m_sketch, table, common, codec})
         EXPECT_EQ(StagedSuite::versionOf(bundle), "2.0.0.0") << bundle;
+}
+
+TEST_F(UpdateFlow, UpdatesTheServiceAloneAndStartsItAgainFromItsNewBundle)
+{
+    const auto mark = m_suite.home().folder().at("started");
+    m_suite.publishServiceUpdate("#!/bin/sh\nprintf '%s' \"$0\" > '" + mark.string() + ".new' && mv '"
+        + mark.string() + ".new' '" + mark.string() + "'\n");
+    m_suite.publish("Sketch", m_sketch);
+    const ServiceResult result = m_suite.run(kUpdate);
+    EXPECT_EQ(result.status, 0) << result.output << result.errors;
+    EXPECT_EQ(StagedSuite::versionOf(m_suite.app()), "2.0.0.0");
+    EXPECT_EQ(sketchVersion(), "1.0.0.0") << "the service's own update comes first";
+    // The new program runs by itself: its mark may come a moment later.
+    for (int i = 0; i < 200 && !std::filesystem::exists(mark); ++i)
+        (void)CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0.05, false);
+    EXPECT_EQ(readWholeFile(mark), (m_suite.app() / "Contents/Linux/TandemService").string());
 }
 
 TEST_F(UpdateFlow, HasNothingToOfferTheSecondTime)
