@@ -1,6 +1,7 @@
 // Files, sizes and paths at the edges: what is downloaded, written, unpacked and handed on then.
 #include "Platform/Carbon/Alerts.h"
 #include "tests/Update/controller/SuiteFixture.h"
+#include "tests/support/ScopedFileSizeLimit.h"
 
 #include <QPushButton>
 #include <QTest>
@@ -118,6 +119,23 @@ TEST_F(DownloadEdges, ALaterFileThatLeadsToAnotherSchemeEndsWithAnAlert)
     server().on("/updates/b.zip", answer::redirect(302, "ftp://127.0.0.1/b.zip"));
     updateAll();
     EXPECT_EQ(alerts(), "It failed\n");
+    EXPECT_EQ(host().endings.size(), 1u);
+}
+
+TEST_F(DownloadEdges, AFileThatFindsNoRoomEndsTheDownloadsAndIsNotLeftCut)
+{
+    offer({PublishedFile {.size = 5 << 20, .unzip = true}, PublishedFile {.location = "b.zip"}});
+    bool wasLeft = true;
+    SetAlertListener([&](std::u16string_view text) {
+        wasLeft = written("sketch.zip");
+        EXPECT_EQ(text, u"It failed");
+    });
+    {
+        const ScopedFileSizeLimit fullDisk(4 << 20); // the helper tool still finds room
+        updateAll();
+    }
+    EXPECT_FALSE(wasLeft);
+    EXPECT_EQ(server().countOf("/updates/b.zip"), 0);
     EXPECT_EQ(host().endings.size(), 1u);
 }
 

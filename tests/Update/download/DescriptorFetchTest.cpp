@@ -2,6 +2,7 @@
 #include "Platform/Support/Unicode.h"
 #include "Update/download/DescriptorFetch.h"
 #include "tests/support/FakeHome.h"
+#include "tests/support/ScopedFileSizeLimit.h"
 #include "tests/support/ScopedServer.h"
 
 #include <gtest/gtest.h>
@@ -115,6 +116,30 @@ TEST_F(DescriptorFetch, BrokenTransferGivesMinus120AndLeavesNoFile)
         EXPECT_FALSE(fs::exists(local(utf8FromWide(name))));
     }
     EXPECT_TRUE(fetchedDescriptorURLs().empty());
+}
+
+TEST_F(DescriptorFetch, BodyThatFindsNoRoomGivesMinus120AndLeavesNoFile)
+{
+    ScopedServer server;
+    server.on("/a.xml", answer::ok(std::string(5000, 'x')));
+    {
+        const ScopedFileSizeLimit fullDisk(1000);
+        EXPECT_EQ(fetch(server.wideUrl("/"), u"a.xml"), -120);
+    }
+    EXPECT_FALSE(fs::exists(local("a.xml")));
+    EXPECT_TRUE(fetchedDescriptorURLs().empty());
+    EXPECT_EQ(fetch(server.wideUrl("/"), u"a.xml"), 0) << "tried again once there is room";
+    EXPECT_EQ(fs::file_size(local("a.xml")), 5000u);
+}
+
+TEST_F(DescriptorFetch, PathOfADescriptorHoldsAtMost1023Units)
+{
+    // The folder's path, "/" and the name: 1023 units fit the buffer, one more does not.
+    const std::size_t rest = 1023 - wideFromUtf8(folder().string()).size() - 1;
+    OpacLumFSRef* const longest = CreateXMLFileRef(std::u16string(rest, u'x').c_str());
+    EXPECT_NE(longest, nullptr);
+    Lum0FSRRelease(longest);
+    EXPECT_EQ(CreateXMLFileRef(std::u16string(rest + 1, u'x').c_str()), nullptr);
 }
 
 TEST_F(DescriptorFetch, FailedFetchRemovesAnEarlierCopy)

@@ -1,6 +1,7 @@
 // The downloader: receiving, ending, and what its callback is told; each rule in both modes.
 #include "Platform/Support/Unicode.h"
 #include "tests/Update/download/DownloadLog.h"
+#include "tests/support/ScopedFileSizeLimit.h"
 #include "tests/support/ScopedServer.h"
 #include "tests/support/TempDir.h"
 
@@ -9,11 +10,9 @@
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <filesystem>
 #include <optional>
 #include <string>
-#include <sys/resource.h>
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -34,29 +33,6 @@ bool download(CHttpDownload& downloader, DownloadLog& log, Mode mode, const std:
     EXPECT_TRUE(log.waitForEnd());
     return downloader.status() == 0;
 }
-
-/// While it lives, this process's files cannot grow beyond `bytes`, as on a full disk.
-class ScopedFileSizeLimit {
-public:
-    explicit ScopedFileSizeLimit(rlim_t bytes)
-        : m_formerHandler(std::signal(SIGXFSZ, SIG_IGN))
-    {
-        EXPECT_EQ(::getrlimit(RLIMIT_FSIZE, &m_former), 0);
-        const rlimit limit {bytes, m_former.rlim_max};
-        EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
-    }
-    ScopedFileSizeLimit(const ScopedFileSizeLimit&) = delete;
-    ScopedFileSizeLimit& operator=(const ScopedFileSizeLimit&) = delete;
-    ~ScopedFileSizeLimit()
-    {
-        EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &m_former), 0);
-        (void)std::signal(SIGXFSZ, m_formerHandler); // it was valid before
-    }
-
-private:
-    rlimit m_former {};
-    void (*m_formerHandler)(int);
-};
 
 /// How many of this process's descriptors are open on the file.
 int openDescriptors(const std::filesystem::path& file)
