@@ -24,6 +24,7 @@ GOOD_TREE = {
     "TandemService/Host.cpp": '#include "Update/MsgProvider.h"\n#include <QApplication>\n#include <archive.h>\n',
     "WatchSelfUpdate/Main.cpp": '#include "Repair.h"\n#include <sys/stat.h>\n#include <string>\n',
     "WatchSelfUpdate/Repair.h": '#include "WatchSelfUpdate/Main.h"\n',
+    "SelfRepairStarter/Main.cpp": '#include "WatchSelfUpdate/Hardening.h"\n#include <linux/magic.h>\n',
     "tests/Update/ModelTest.cpp": '#include "Update/descriptor/Model.h"\n#include <QTest>\n#include <curl/curl.h>\n',
 }
 
@@ -83,6 +84,7 @@ class CheckLayers(unittest.TestCase):
     def test_reports_the_helper_tool_including_ours_or_others(self):
         for include in ('"Platform/Support/Types.h"', '"Update/helper/Helper.h"', "<QString>", "<boost/any.hpp>"):
             self.expect_breach("WatchSelfUpdate/Bad.cpp", f"#include {include}\n", "WatchSelfUpdate")
+            self.expect_breach("SelfRepairStarter/Bad.cpp", f"#include {include}\n", "SelfRepairStarter")
 
     def test_reports_a_platform_header_in_use_that_is_not_listed(self):
         status, lines = check({

@@ -1,0 +1,115 @@
+"""install_suite below a folder of its own: what it places and how, and what polkit is told of the starter."""
+import os
+import stat
+import subprocess
+import sys
+import tempfile
+import unittest
+import xml.etree.ElementTree as ElementTree
+
+ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
+BUILD = sys.argv.pop()
+APP = "Library/Application Support/Velmora/Tandem Service/TandemService.app/Contents"
+STARTER = "usr/libexec/velmora-tandem/SelfRepairStarter"
+POLICY = "usr/share/polkit-1/actions/com.velmora.tandem.selfrepair.policy"
+PLACES = {
+    f"{APP}/Info.plist": 0o644,
+    f"{APP}/Linux/TandemService": 0o755,
+    f"{APP}/Linux/installer": 0o755,
+    f"{APP}/PlugIns/Update.bundle/Contents/Info.plist": 0o644,
+    f"{APP}/PlugIns/Update.bundle/Contents/Linux/WatchSelfUpdate": 0o755,
+    STARTER: 0o755,
+    POLICY: 0o644,
+    "usr/sbin/installer": 0o755,
+    "usr/share/applications/com.velmora.Daemon.desktop": 0o644,
+    "etc/xdg/autostart/com.velmora.Daemon.desktop": 0o644,
+}
+
+
+def install(root):
+    # A mask of the caller's that would lock everybody else out, or let everybody in, changes nothing.
+    return subprocess.run([os.path.join(ROOT, "tools", "install_suite"), BUILD, root], capture_output=True, text=True,
+                          check=True, preexec_fn=lambda: os.umask(0o007)).stdout
+
+
+class InstallSuite(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory()
+        cls.root = cls.folder.name
+        os.chmod(cls.root, 0o755)
+        cls.output = install(cls.root)
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.folder.cleanup()
+
+    def status(self, place):
+        return os.lstat(os.path.join(self.root, place))
+
+    def test_places_everything_with_its_mode(self):
+        for place, mode in PLACES.items():
+            status = self.status(place)
+            self.assertTrue(stat.S_ISREG(status.st_mode), place)
+            self.assertEqual(oct(stat.S_IMODE(status.st_mode)), oct(mode), place)
+            self.assertEqual(status.st_uid, os.geteuid(), place)
+
+    def test_lets_nobody_else_change_a_folder_above_the_starter_and_the_tool(self):
+        for place in (STARTER, f"{APP}/PlugIns/Update.bundle/Contents/Linux/WatchSelfUpdate"):
+            folder = os.path.dirname(place)
+            while folder:
+                self.assertEqual(oct(stat.S_IMODE(self.status(folder).st_mode)), oct(0o755), folder)
+                folder = os.path.dirname(folder)
+
+    def test_says_what_it_placed(self):
+        self.assertIn(f"placed {self.root}/{STARTER}\n", self.output)
+        self.assertIn(f"placed {self.root}/{POLICY}\n", self.output)
+
+    def test_keeps_an_installer_that_is_there(self):
+        installer = os.path.join(self.root, "usr/sbin/installer")
+        with open(installer, "w", encoding="utf-8") as file:
+            file.write("another one")
+        self.assertIn(f"kept   {installer}\n", install(self.root))
+        with open(installer, encoding="utf-8") as file:
+            self.assertEqual(file.read(), "another one")
+
+    def test_starter_knows_the_template_where_it_is_installed(self):
+        with open(os.path.join(self.root, STARTER), "rb") as file:
+            self.assertIn(f"/{APP}/PlugIns/Update.bundle/Contents/Linux/WatchSelfUpdate\0".encode(), file.read())
+
+
+class PolicyFile(unittest.TestCase):
+    """What polkit ignores without a word when it is wrong."""
+
+    @classmethod
+    def setUpClass(cls):
+        with open(os.path.join(ROOT, "SelfRepairStarter", os.path.basename(POLICY)), encoding="utf-8") as file:
+            cls.config = ElementTree.fromstring(file.read().split("?>", 1)[1])
+
+    def test_has_the_structure_that_polkit_reads(self):
+        self.assertEqual(self.config.tag, "policyconfig")
+        self.assertEqual([child.tag for child in self.config], ["vendor", "action"])
+        action = self.config.find("action")
+        self.assertEqual([child.tag for child in action], ["description", "message", "defaults", "annotate"])
+        self.assertEqual([child.tag for child in action.find("defaults")],
+                         ["allow_any", "allow_inactive", "allow_active"])
+
+    def test_names_its_action_and_asks_for_an_administrator(self):
+        self.assertEqual(self.config.find("action").get("id"), "com.velmora.tandem.selfrepair")
+        self.assertEqual({child.text for child in self.config.find("action/defaults")}, {"auth_admin"})
+
+    def test_is_for_the_installed_starter_alone(self):
+        annotations = self.config.findall("action/annotate")
+        self.assertEqual([one.get("key") for one in annotations], ["org.freedesktop.policykit.exec.path"])
+        self.assertEqual(annotations[0].text, "/" + STARTER)
+
+    def test_has_a_message_that_names_the_product_and_no_file(self):
+        message = self.config.find("action/message").text
+        self.assertIn("Velmora", message)
+        self.assertIn("update", message)
+        self.assertNotIn("/", message)
+        self.assertNotIn("SelfRepair", message)
+
+
+if __name__ == "__main__":
+    unittest.main()
