@@ -1,6 +1,7 @@
-// Runners of command-line tools, and a wide-string helper.
+// Runners of command-line tools, a question about running programs, and a wide-string helper.
 #pragma once
 
+#include "Platform/Carbon/FSRef.h"
 #include "Platform/Support/Types.h"
 
 extern "C" {
@@ -17,6 +18,10 @@ int C2C_UnzipFile(const char* zipPath, const char* destinationFolder);
 /// nothing is started; 127 when it could not be started, 128 plus the signal when one ended it, -1 when its
 /// status was lost.
 int C2C_InstallerFile(const char* packagePath, const char* target);
+
+/// Whether a process runs whose name is that of the file without its extension, such as "Foo" for Foo.app;
+/// see isProcessRunningByName. 0 also when the file's path does not fit in 1023 bytes, and for null.
+Boolean C2C_IsRunning(const FSRef* file);
 
 /// The number of units before the first zero unit. `s` must not be null.
 int C2C_wcslen(const UniChar* s);

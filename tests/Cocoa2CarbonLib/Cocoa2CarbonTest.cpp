@@ -2,6 +2,7 @@
 #include "Cocoa2CarbonLib/Cocoa2Carbon.h"
 #include "Cocoa2CarbonLib/ToolRequests.h"
 #include "tests/support/FakeHome.h"
+#include "tests/support/RunningProgram.h"
 #include "tests/support/TempDir.h"
 
 #include <csignal>
@@ -261,6 +262,56 @@ TEST(C2C_InstallerFile, GivesTheToolsExitStatus)
         EXPECT_EQ(C2C_InstallerFile(folder.at("missing.pkg").c_str(), folder.path().c_str()), 127);
     else
         EXPECT_NE(C2C_InstallerFile(folder.at("missing.pkg").c_str(), folder.path().c_str()), 0);
+}
+
+TEST(C2C_IsRunning, LooksForTheFilesNameWithoutItsExtension)
+{
+    const ScopedTempDir folder;
+    copyWaitingProgram(folder.at("Foo.app/Contents/Linux/Tandem Foo"));
+    copyWaitingProgram(folder.at("Tandem Foo.app"));
+    copyWaitingProgram(folder.at("Tandem.Foo.app"));
+    copyWaitingProgram(folder.at("Tandem Foo"));
+    copyWaitingProgram(folder.at(".Tandem Foo"));
+    const auto isRunning = [&folder](const char* name) {
+        FSRef file;
+        EXPECT_TRUE(makeRefFromWidePath(folder.at(name).u16string(), file));
+        return C2C_IsRunning(&file) != 0;
+    };
+    EXPECT_FALSE(isRunning("Tandem Foo.app"));
+    const RunningProgram running(folder.at("Foo.app/Contents/Linux/Tandem Foo"));
+    EXPECT_TRUE(isRunning("Tandem Foo.app"));
+    EXPECT_TRUE(isRunning("Tandem Foo"));
+    EXPECT_FALSE(isRunning("Foo.app"));
+    EXPECT_FALSE(isRunning("Tandem.Foo.app")) << "only the last extension goes";
+    EXPECT_FALSE(isRunning(".Tandem Foo")) << "a name without an extension";
+}
+
+TEST(C2C_IsRunning, ComparesWithTheShortNameOfFifteenBytesToo)
+{
+    const ScopedTempDir folder;
+    const auto isRunning = [&folder](const char* name) {
+        writeWaitingScript(folder.at(name), "#!/bin/sh");
+        const RunningProgram running(folder.at(name));
+        FSRef file;
+        EXPECT_TRUE(makeRefFromWidePath(folder.at(name).u16string(), file));
+        return C2C_IsRunning(&file) != 0;
+    };
+    EXPECT_TRUE(isRunning("123456789012345"));
+    EXPECT_FALSE(isRunning("1234567890123456")) << "a script's full name is its interpreter's";
+}
+
+TEST(C2C_IsRunning, IsFalseWithoutAPath)
+{
+    EXPECT_EQ(C2C_IsRunning(nullptr), 0);
+    FSRef file;
+    EXPECT_EQ(C2C_IsRunning(&file), 0);
+    const RunningProgram running("/usr/bin/cat");
+    file.path = std::string(1019, '/') + "cat"; // 1022 bytes
+    EXPECT_EQ(C2C_IsRunning(&file), 1);
+    file.path.insert(0, "/");
+    EXPECT_EQ(C2C_IsRunning(&file), 1);
+    file.path.insert(0, "/");
+    EXPECT_EQ(C2C_IsRunning(&file), 0) << "1024 bytes and a zero do not fit";
 }
 
 TEST(C2C_wcslen, CountsUnitsBeforeTheFirstZero)

@@ -32,7 +32,8 @@ private:
     int m_input = -1;
 };
 
-/// Copies a program that waits for its standard input to `file`, with the folders that it needs.
+/// Copies a program that waits for its standard input to `file`, with the folders that it needs. It takes any
+/// arguments after the first one, which must be "-s".
 void copyWaitingProgram(const std::filesystem::path& file);
 /// Writes a script with the first line `firstLine` that waits for its standard input, as an executable file.
 void writeWaitingScript(const std::filesystem::path& file, std::string_view firstLine);
