@@ -253,8 +253,16 @@ TEST(PropertyListFile, IsNullForWhatIsNoReadableFile)
 
 TEST(PropertyListFile, IsNullForMoreThan64MiB)
 {
+    std::string list = xml("<true/>");
+    list.resize(64 * 1024 * 1024, ' ');
+    EXPECT_TRUE(readFile(list));
+    EXPECT_FALSE(readFile(list + " "));
+}
+
+TEST(PropertyListFile, TakesNoMemoryForAFileThatIsTooLarge)
+{
     const ScopedTempDir folder;
     const auto file = folder.write("a.plist", xml("<true/>"));
-    std::filesystem::resize_file(file, 64 * 1024 * 1024 + 1);
+    std::filesystem::resize_file(file, std::uintmax_t {1} << 40);
     EXPECT_EQ(CFPropertyListCreateFromFile(folderURL(file)), nullptr);
 }

@@ -102,6 +102,14 @@ TEST_F(ReadBundleSectionInfoTest, ReadsNothingFromDamagedOrOtherDocuments)
     EXPECT_TRUE(m_sections.empty());
 }
 
+TEST_F(ReadBundleSectionInfoTest, ReadsAListOfUpToOneMebibyte)
+{
+    std::string list = "<SECTIONS/>";
+    list.resize(1'048'576, ' ');
+    EXPECT_EQ(read(list), 1);
+    EXPECT_EQ(read(list + " "), 0);
+}
+
 TEST_F(ReadBundleSectionInfoTest, ReadsNothingFromAFolderInTheListsPlace)
 {
     (void)m_folder.makeFolder("A.bundle/Contents/Resources/sections.xml");
