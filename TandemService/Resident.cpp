@@ -97,6 +97,7 @@ void Resident::stop()
 {
     m_stopped = true;
     m_desk.cancel();
+    closeAlerts();
     end();
 }
 

@@ -132,6 +132,7 @@ void UpdateRun::stop()
 {
     m_stopped = true;
     m_desk.cancel();
+    closeAlerts();
     finish();
 }
 

@@ -53,6 +53,14 @@ WindowKind kindOfWindow(const QWidget& window)
     return window.findChild<QProgressBar*>() ? WindowKind::progress : WindowKind::other;
 }
 
+void closeAlerts()
+{
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    for (QWidget* const window : windows)
+        if (kindOfWindow(*window) == WindowKind::alert)
+            (void)window->close(); // one that is hidden is closed already
+}
+
 WindowWatcher::WindowWatcher(std::string pictures, std::function<void(QWidget&, WindowKind)> onWindow)
     : m_pictures(std::move(pictures))
     , m_onWindow(std::move(onWindow))

@@ -14,6 +14,9 @@ enum class WindowKind { selection, progress, alert, other };
 /// progress bar.
 WindowKind kindOfWindow(const QWidget& window);
 
+/// Takes every alert down, as its button does: whoever waits on one goes on.
+void closeAlerts();
+
 class WindowWatcher : public QObject {
 public:
     /// `pictures` is a folder for pictures, made when missing; empty for none. `onWindow` is called for each

@@ -22,6 +22,13 @@ namespace {
 
 std::unique_ptr<QWidget> g_window;
 
+/// A window as the platform makes them: the host goes on when its last one closes.
+void makeWindow()
+{
+    g_window = std::make_unique<QWidget>();
+    g_window->setAttribute(Qt::WA_QuitOnClose, false);
+}
+
 void alert(std::u16string_view text)
 {
     const AlertStdCFStringAlertParamRec parameters {.version = kStdCFStringAlertVersionOne,
@@ -29,6 +36,7 @@ void alert(std::u16string_view text)
         .defaultButton = kAlertStdAlertOKButton};
     const CFRef message = adoptCF(CFStringCreateWithView(text));
     DialogRef dialog = nullptr;
+    note("alert");
     if (CreateStandardAlert(kAlertStopAlert, message, nullptr, &parameters, &dialog) == noErr)
         (void)RunStandardAlert(dialog, nullptr); // it has one button
 }
@@ -64,7 +72,7 @@ void end(IMsgPluginContainer& container)
 
 void showProgress()
 {
-    g_window = std::make_unique<QWidget>();
+    makeWindow();
     auto* const layout = new QVBoxLayout(g_window.get());
     layout->addWidget(new QProgressBar);
     g_window->show();
@@ -126,7 +134,7 @@ std::string setting(const char* name)
 
 void startRun(IMsgPluginContainer& container)
 {
-    g_window = std::make_unique<QWidget>();
+    makeWindow();
     if (setting("FAKE_RUN") == "blank") {
         g_window->show();
         return;

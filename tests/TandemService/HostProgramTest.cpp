@@ -194,6 +194,18 @@ TEST_F(HostProgram, SignalEndsAnOpenUpdate)
     }
 }
 
+TEST_F(HostProgram, SignalEndsAnUpdateWhoseAlertWaitsForItsUser)
+{
+    host.set("FAKE_RUN", "failure");
+    host.set("FAKE_USER", "ok");
+    host.start({"--update"});
+    ASSERT_TRUE(host.waitForLine("alert"));
+    host.signal(SIGTERM);
+    EXPECT_EQ(host.wait(), 3);
+    EXPECT_TRUE(noted("cancel Update.bundle"));
+    EXPECT_TRUE(host.log().ends_with("release\nunloaded\n")) << host.log();
+}
+
 TEST_F(HostProgram, InstallsPackagesForItsPlugin)
 {
     const ScopedTempDir& folder = host.home().folder();
