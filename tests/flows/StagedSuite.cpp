@@ -138,17 +138,21 @@ std::unique_ptr<QProcess> StagedSuite::start(const QStringList& options) const
     return process;
 }
 
+ServiceResult StagedSuite::finish(QProcess& service)
+{
+    ServiceResult result;
+    if (!service.waitForFinished(kRunLimitMs)) {
+        service.kill();
+        (void)service.waitForFinished(10000); // it was killed: the test fails by its status
+    } else if (service.exitStatus() == QProcess::NormalExit) {
+        result.status = service.exitCode();
+    }
+    result.output = service.readAllStandardOutput().toStdString();
+    result.errors = service.readAllStandardError().toStdString();
+    return result;
+}
+
 ServiceResult StagedSuite::run(const QStringList& options) const
 {
-    const auto process = start(options);
-    ServiceResult result;
-    if (!process->waitForFinished(kRunLimitMs)) {
-        process->kill();
-        (void)process->waitForFinished(10000); // it was killed: the test fails by its status
-    } else if (process->exitStatus() == QProcess::NormalExit) {
-        result.status = process->exitCode();
-    }
-    result.output = process->readAllStandardOutput().toStdString();
-    result.errors = process->readAllStandardError().toStdString();
-    return result;
+    return finish(*start(options));
 }

@@ -43,6 +43,8 @@ public:
 
     /// Starts the service; the caller ends it.
     std::unique_ptr<QProcess> start(const QStringList& options) const;
+    /// Waits for the end of a service that was started; one that does not end is killed.
+    static ServiceResult finish(QProcess& service);
     /// Runs the service to its end.
     ServiceResult run(const QStringList& options) const;
 

@@ -133,6 +133,31 @@ TEST_F(UpdateFlow, LeavesTheProductAsItWasWhenTheArchiveIsDamaged)
     EXPECT_EQ(sketchVersion(), "1.0.0.0");
 }
 
+TEST_F(UpdateFlow, EndsInTheMiddleOfADownloadWhenItIsToldTo)
+{
+    m_suite.publish("Sketch", m_sketch);
+    ServerScript part;
+    part.send(answer::head(200, {"Content-Length: 100000"}) + "part").stall();
+    m_suite.server().on(StagedSuite::archivePath("Sketch"), part);
+    const auto service = m_suite.start(kUpdate);
+    ASSERT_TRUE(m_suite.server().waitForRequests(3)); // two descriptors and the archive
+    service->terminate();
+    const ServiceResult result = StagedSuite::finish(*service);
+    EXPECT_EQ(result.status, 3) << result.output << result.errors;
+    EXPECT_EQ(sketchVersion(), "1.0.0.0");
+}
+
+TEST_F(UpdateFlow, EndsWithItsSelectionWindowOpenWhenItIsToldTo)
+{
+    m_suite.publish("Sketch", m_sketch);
+    const auto service = m_suite.start({"--update"}); // nobody answers the window
+    ASSERT_TRUE(service->waitForReadyRead(60000)) << "the message is printed before the window opens";
+    service->terminate();
+    const ServiceResult result = StagedSuite::finish(*service);
+    EXPECT_EQ(result.status, 3) << result.output << result.errors;
+    EXPECT_EQ(sketchVersion(), "1.0.0.0");
+}
+
 TEST_F(UpdateFlow, UpdatesAfterARunThatWasKilledInTheMiddleOfADownload)
 {
     m_suite.publish("Sketch", m_sketch);

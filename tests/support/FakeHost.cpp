@@ -125,8 +125,9 @@ CFDataRef FakeHost::serve(CFMessagePortRef, SInt32 messageId, CFDataRef data, vo
             static_cast<std::size_t>(CFDataGetLength(data)));
     self->requests.push_back(request);
     const SInt32 value = self->answer ? self->answer(request) : 0;
-    UInt8 bytes[sizeof value];
+    UInt8 bytes[2 * sizeof value] = {};
     std::memcpy(bytes, &value, sizeof value);
+    std::memset(bytes + sizeof value, 0xFF, sizeof value);
     return CFDataCreate(kCFAllocatorDefault, bytes, self->replyBytes);
 }
 

@@ -63,7 +63,7 @@ public:
     std::function<SInt32(const PortRequest&)> answer;
     /// Called each time that a message is ended, after it was recorded.
     std::function<void()> onEnd;
-    /// How many bytes of the reply are sent.
+    /// How many bytes of the reply are sent; behind the number's four there are four of 0xFF.
     CFIndex replyBytes = 4;
 
     // Records

@@ -111,6 +111,20 @@ TEST_F(HostChannel, TakesAReplyOfFewerThanFourBytesForAFailure)
     EXPECT_EQ(m_host.requests.size(), 3u);
 }
 
+TEST_F(HostChannel, TakesTheFirstFourBytesOfALongerReply)
+{
+    m_host.replyBytes = 8;
+    EXPECT_TRUE(m_plugin.CommunicationWithApp(kUEnd, "QUIT"));
+    m_host.answer = [](const PortRequest&) { return 1; };
+    EXPECT_FALSE(m_plugin.CommunicationWithApp(kUEnd, "QUIT"));
+}
+
+TEST_F(HostChannel, SendsTheZeroByteOfAnEmptyTargetFolder)
+{
+    EXPECT_TRUE(m_plugin.CommunicationWithApp(kInstallPackageMessage, "/tmp/a.pkg", ""));
+    EXPECT_EQ(payload(), "/tmp/a.pkg\0\0"s);
+}
+
 TEST(HostChannelWithoutHost, FailsWhenNobodyListens)
 {
     FakeHome home;
