@@ -151,8 +151,12 @@ TEST(CalcSectionUpdate, LeavesOutABundleWhoseDescriptorIsNoXml)
 TEST(CalcSectionUpdate, LeavesOutABundleWhoseNameIsAPath)
 {
     const Suite suite;
-    expectOnlyOwn(
-        suite, top().section(BundleBuilder().name("../Name").build(suite.home().folder(), "apps/p")));
+    suite.publish("../Name", DescriptorBuilder().file(fileNamed("../Name")));
+    fs::create_directories(suite.descriptorFolder() / "Update_..");
+    const fs::path section = suite.install("../Name");
+    expectOnlyOwn(suite, top().section(section));
+    EXPECT_EQ(suite.fetched(), 0U);
+    EXPECT_TRUE(fs::is_empty(suite.descriptorFolder() / "Update_.."));
 }
 
 TEST(CalcSectionUpdate, GoesOnBehindASectionThatIsLeftOut)

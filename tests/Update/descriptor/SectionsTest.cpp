@@ -174,9 +174,14 @@ TEST(CSects, DropsALocationThatDoesNotConvertToAPath)
 {
     CSect sect;
     EXPECT_EQ(CSects().SectionCanUpdate(&sect), 0);
-    sect.location = CLumStringW(std::u16string(u"/tmp/\xD800"));
+    // Replaced, the lone surrogate would give a path that exists; so would the one that is a byte too long.
+    const ScopedTempDir folder;
+    (void)folder.write("\xEF\xBF\xBD", "x");
+    sect.location = CLumStringW(folder.at("").u16string() + u"\xD800");
     EXPECT_EQ(CSects().SectionCanUpdate(&sect), 0);
-    sect.location = CLumStringW(u"/" + std::u16string(1023, u'x'));
+    sect.location = CLumStringW(std::u16string(1023, u'/'));
+    EXPECT_EQ(CSects().SectionCanUpdate(&sect), 1);
+    sect.location = CLumStringW(std::u16string(1024, u'/'));
     EXPECT_EQ(CSects().SectionCanUpdate(&sect), 0);
 }
 
