@@ -6,6 +6,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
+#include <thread>
+
 namespace {
 
 class RunningProcess : public testing::Test {
@@ -72,4 +76,19 @@ TEST_F(RunningProcess, IsNoneForANullReference)
 {
     EXPECT_EQ(ProcessIsRunning(nullptr), 0);
     EXPECT_EQ(FindRunningProcess(nullptr).lowLongOfPSN, 0u);
+}
+
+TEST_F(RunningProcess, ProcessesThatComeAndGoDoNoHarm)
+{
+    const RunningProgram running(m_program);
+    copyWaitingProgram(m_folder.at("fleeting"));
+    std::atomic<bool> stop = false;
+    std::thread starter([&] {
+        while (!stop)
+            RunningProgram(m_folder.at("fleeting")).end();
+    });
+    for (int round = 0; round < 20; ++round)
+        EXPECT_EQ(ProcessIsRunning(&m_bundle), 1);
+    stop = true;
+    starter.join();
 }
