@@ -2,11 +2,6 @@
 #include "Platform/CFNetwork/CFHTTPMessageInternal.h"
 #include "Platform/Support/Assertion.h"
 
-CFTypeID CFHTTPMessageGetTypeID()
-{
-    return kCFRuntimeHTTPMessage;
-}
-
 CFHTTPMessageRef CFHTTPMessageCreateRequest(
     CFAllocatorRef, CFStringRef method, CFURLRef url, CFHTTPVersion version)
 {

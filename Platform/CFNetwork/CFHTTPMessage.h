@@ -10,8 +10,6 @@ using CFHTTPMessageRef = const struct __CFHTTPMessage*;
 enum class CFHTTPVersion { http1_1 };
 inline constexpr CFHTTPVersion kCFHTTPVersion1_1 = CFHTTPVersion::http1_1;
 
-CFTypeID CFHTTPMessageGetTypeID();
-
 /// A request without header fields of its own; sending adds the client's minimum. `method` must be "GET".
 /// Null when `url` is null.
 CFHTTPMessageRef CFHTTPMessageCreateRequest(

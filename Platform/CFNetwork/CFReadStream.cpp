@@ -161,11 +161,6 @@ void __CFReadStream::dispatchNextEvent()
     eventMayBeDue();
 }
 
-CFTypeID CFReadStreamGetTypeID()
-{
-    return kCFRuntimeReadStream;
-}
-
 CFReadStreamRef CFReadStreamCreateForHTTPRequest(CFAllocatorRef, CFHTTPMessageRef request)
 {
     VELMORA_ASSERT(request != nullptr && request->url != nullptr);

@@ -45,8 +45,6 @@ struct CFStreamClientContext {
     CFStringRef (*copyDescription)(void* info) = nullptr;
 };
 
-CFTypeID CFReadStreamGetTypeID();
-
 /// A stream of the body that answers `request`; a file URL gives the bytes of that regular file. Releasing
 /// the last reference closes it.
 CFReadStreamRef CFReadStreamCreateForHTTPRequest(CFAllocatorRef allocator, CFHTTPMessageRef request);

@@ -71,14 +71,6 @@ CFTypeID CFStringGetTypeID()
     return kCFRuntimeString;
 }
 
-CFStringRef CFStringCreateWithCharacters(CFAllocatorRef, const UniChar* characters, CFIndex count)
-{
-    if (count < 0 || (!characters && count != 0))
-        return nullptr;
-    return makeString(
-        count == 0 ? std::u16string() : std::u16string(characters, static_cast<std::size_t>(count)));
-}
-
 CFStringRef CFStringCreateWithCString(CFAllocatorRef, const char* text, CFStringEncoding encoding)
 {
     if (!text)

@@ -19,13 +19,10 @@ enum : CFStringCompareFlags { kCFCompareCaseInsensitive = 1 };
 
 CFTypeID CFStringGetTypeID();
 
-/// `count` units from `characters`, copied. Null when `count` is negative, or `characters` null while `count`
-/// is not 0.
-CFStringRef CFStringCreateWithCharacters(CFAllocatorRef allocator, const UniChar* characters, CFIndex count);
 /// The zero-terminated `text` in one of the three encodings. Null when the bytes are not valid in it, or
 /// `text` is null.
 CFStringRef CFStringCreateWithCString(CFAllocatorRef allocator, const char* text, CFStringEncoding encoding);
-/// The same as CFStringCreateWithCharacters, for a view; never null.
+/// The units of `text`, copied; never null.
 CFStringRef CFStringCreateWithView(std::u16string_view text);
 
 /// In UTF-16 units.

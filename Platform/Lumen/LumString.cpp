@@ -2,11 +2,6 @@
 
 #include "Platform/Support/Unicode.h"
 
-SInt32 lum_wtoi(const UniChar* text)
-{
-    return text ? leadingInteger(text) : 0;
-}
-
 SInt32 lum_wcscmpi(const UniChar* a, const UniChar* b)
 {
     return compareIgnoringCase(a ? a : u"", b ? b : u"");

@@ -38,9 +38,6 @@ private:
     std::u16string m_text;
 };
 
-/// The integer that a zero-terminated text begins with, after blanks: a sign and decimal digits; 0 when there
-/// are none, or `text` is null. A value outside 32 bits is held at the nearest 32-bit value.
-SInt32 lum_wtoi(const UniChar* text);
 /// -1, 0 or 1: the order of two zero-terminated texts by code unit, ignoring case. Null counts as the empty
 /// text.
 SInt32 lum_wcscmpi(const UniChar* a, const UniChar* b);

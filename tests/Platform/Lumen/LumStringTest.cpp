@@ -31,19 +31,6 @@ TEST(CLumStringW, IsACopyOfItsOwnThatEndsWithZero)
     EXPECT_FALSE(text == CLumStringW(u"Text"));
 }
 
-TEST(LumWtoi, ReadsTheIntegerThatATextBeginsWith)
-{
-    EXPECT_EQ(lum_wtoi(u"42"), 42);
-    EXPECT_EQ(lum_wtoi(u"-7 apples"), -7);
-    EXPECT_EQ(lum_wtoi(u" +3.9"), 3);
-    EXPECT_EQ(lum_wtoi(u""), 0);
-    EXPECT_EQ(lum_wtoi(u"x1"), 0);
-    EXPECT_EQ(lum_wtoi(nullptr), 0);
-    EXPECT_EQ(lum_wtoi(u"2147483647"), 2147483647);
-    EXPECT_EQ(lum_wtoi(u"99999999999999999999"), 2147483647);
-    EXPECT_EQ(lum_wtoi(u"-99999999999999999999"), -2147483647 - 1);
-}
-
 TEST(LumWcscmpi, OrdersWithoutRegardToCase)
 {
     EXPECT_EQ(lum_wcscmpi(u"Reader", u"rEADER"), 0);
