@@ -1,9 +1,9 @@
 #include "Cocoa2CarbonLib/Cocoa2Carbon.h"
 
 #include "Cocoa2CarbonLib/DSProcessesInfo.h"
-#include "Cocoa2CarbonLib/ToolRequests.h"
 #include "Platform/Support/Assertion.h"
 #include "Platform/Support/ErrorNumbers.h"
+#include "Platform/Support/ToolRequests.h"
 
 #include <string_view>
 

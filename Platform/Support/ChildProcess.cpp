@@ -158,6 +158,12 @@ int ChildProcess::start(const ChildRequest& request)
     return error;
 }
 
+void ChildProcess::adopt(int processId)
+{
+    VELMORA_ASSERT(m_pid == 0 && m_status == kStatusUnknown && processId > 0);
+    m_pid = processId;
+}
+
 bool ChildProcess::hasEnded()
 {
     return reap(WNOHANG);

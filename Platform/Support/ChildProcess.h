@@ -34,6 +34,10 @@ public:
     /// Starts the child; allowed once. 0 when it runs the program, otherwise the errno value of what failed;
     /// then there is no child.
     int start(const ChildRequest& request);
+    /// Takes over a child of this process that somebody else started, in place of start().
+    void adopt(int processId);
+    /// The child's process id; 0 when there is none, or it was reaped.
+    int processId() const { return m_pid; }
     /// Looks, without waiting, whether the child has ended.
     bool hasEnded();
     /// Blocks until the child has ended; there is no time limit. Its status: see status().

@@ -1,6 +1,6 @@
 // The runners of command-line tools, against the real unzip and archives made by the real zip.
 #include "Cocoa2CarbonLib/Cocoa2Carbon.h"
-#include "Cocoa2CarbonLib/ToolRequests.h"
+#include "Platform/Support/ToolRequests.h"
 #include "tests/support/FakeHome.h"
 #include "tests/support/RunningProgram.h"
 #include "tests/support/TempDir.h"

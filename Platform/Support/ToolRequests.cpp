@@ -1,4 +1,4 @@
-#include "Cocoa2CarbonLib/ToolRequests.h"
+#include "Platform/Support/ToolRequests.h"
 
 #include <string>
 #include <string_view>

@@ -1,4 +1,4 @@
-// The exact command lines of the tools that are run. Private to this folder and its tests.
+// The exact command lines of the tools that are run.
 #pragma once
 
 #include "Platform/Support/ChildProcess.h"
