@@ -54,12 +54,25 @@ SInt32 CUpdateInter::GenerateMsg(IUserMsgPool* pool)
     FreeCollectAndSelfData();
     m_collection = std::make_unique<CCollect>();
     (void)m_collection->DoCollect(0); // an empty collection is a check that found nothing
+    noteProductBundles();
     std::vector<CPListParse*> keep;
     checkProducts(keep);
     m_collection->DeleteOtherPListParse(keep);
     if (pool && m_collection->count() > 0)
         postMessage(*pool, oneProduct, severalProducts);
     return 0;
+}
+
+/// Keeps the places of all products: those that turn out to have no update leave the collection.
+void CUpdateInter::noteProductBundles()
+{
+    m_productBundles.clear();
+    for (CPListParse* product = m_collection->GetIni(0); product; product = m_collection->NextIni()) {
+        UInt8 path[1024] = {};
+        if (product->bundleURL()
+            && CFURLGetFileSystemRepresentation(product->bundleURL(), 1, path, sizeof path))
+            m_productBundles.emplace_back(reinterpret_cast<const char*>(path));
+    }
 }
 
 /// Checks the products in collection order and lists those that stay; the host product may end the walk.

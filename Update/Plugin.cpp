@@ -1,5 +1,6 @@
 // The two exported functions, and the one plug-in object behind them.
 #include "Update/UpdateInter.h"
+#include "Update/descriptor/ProductBundles.h"
 #include "Update/download/DescriptorFetch.h"
 
 CUpdateInter g_UpdatePlugin;
@@ -7,6 +8,11 @@ CUpdateInter g_UpdatePlugin;
 std::vector<CLumStringW>& fetchedDescriptorURLs()
 {
     return g_UpdatePlugin.fetchedURLs();
+}
+
+const std::vector<std::string>& productBundleFolders()
+{
+    return g_UpdatePlugin.productBundles();
 }
 
 extern "C" {

@@ -12,6 +12,7 @@
 #include "Update/ui/ProgressWind.h"
 
 #include <memory>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -49,6 +50,8 @@ public:
     SInt32 CanShowNow(IUserMsg* msg) override;
     /// Every descriptor URL fetched since the bundle was loaded.
     std::vector<CLumStringW>& fetchedURLs() { return m_fetchedURLs; }
+    /// The bundles' paths of all products that the last check collected, those without updates included.
+    const std::vector<std::string>& productBundles() const { return m_productBundles; }
 
     // Check
     SInt32 GenerateMsg(IUserMsgPool* pool) override;
@@ -84,6 +87,7 @@ private:
     bool openTexts(PubLumen::LumDocument& texts) const;
     void endMsgProcess();
 
+    void noteProductBundles();
     void checkProducts(std::vector<CPListParse*>& keep);
     bool checkProduct(CPListParse& product, std::vector<CPListParse*>& keep);
     std::unique_ptr<CXMLInterpret> CreateNeedUpdateXMLParse(CPListParse& product, SInt32& result) const;
@@ -118,6 +122,7 @@ private:
     std::unique_ptr<PubLumen::LumFileManager> m_fileManager;
     SInt32 m_cleanupDone = 0;
     std::vector<CLumStringW> m_fetchedURLs;
+    std::vector<std::string> m_productBundles;
     IMsgPluginContainer* m_container = nullptr;
     EventLoopTimerUPP m_timerUPP = nullptr;
     EventLoopTimerRef m_timer = nullptr;

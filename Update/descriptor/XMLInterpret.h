@@ -66,6 +66,12 @@ public:
     /// descriptor download's error number.
     SInt32 DownloadAndGatherUpdate(CPListParse* plist, const SInt32* requiredVersion);
 
+    /// Carries out the actions of the files that are left, once they are downloaded: first all archives are
+    /// unpacked as one batch, then everything else is done in order. `plist` is handed on to each action.
+    /// False at the first failure; what was done by then stays done. Waits with events: the interpreter must
+    /// outlive the call.
+    bool DoActionExceptDownload(CPListParse* plist);
+
     /// The files that are left to update, in order; owned by the interpreter.
     const std::vector<std::unique_ptr<CFileSec>>& filesToUpdate() const { return m_files.items(); }
     /// 1, or 0 when dependencies rejected the descriptor.
@@ -86,6 +92,8 @@ private:
     void releaseInstalled(const UniChar* productName, const UniChar* productVersion);
 
     bool findWorkFolder(FSRef& folder) const;
+
+    bool unpackAll(CPListParse* plist);
 
     SInt32 followBundle(const FSRef& bundle, const Version& requiredVersion);
     bool mayFollow(const FSRef* bundle) const;

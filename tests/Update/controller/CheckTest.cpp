@@ -1,6 +1,7 @@
 // The update check: who is asked, who stays, and what is posted.
 #include "tests/Update/controller/SuiteFixture.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace {
@@ -57,6 +58,19 @@ TEST_F(Check, CountsTheProductsWhenSeveralAreKept)
     installWithUpdate("Velmora Chronik");
     EXPECT_EQ(check(), 0);
     EXPECT_EQ(message(), u"Several: 3");
+}
+
+TEST_F(Check, KeepsThePlacesOfAllProductsThoseWithoutUpdatesToo)
+{
+    publishHostUpToDate();
+    installWithUpdate("Velmora Sketch");
+    const std::string table = install("Velmora Table", "1.0.0.0");
+    ASSERT_EQ(check(), 0);
+    const std::vector<std::string>& places = plugin().productBundles();
+    EXPECT_EQ(places.size(), 3u); // the host's first
+    EXPECT_EQ(std::count(places.begin(), places.end(), table), 1);
+    ASSERT_EQ(check(), 0);
+    EXPECT_EQ(plugin().productBundles().size(), 3u); // of the last check alone
 }
 
 TEST_F(Check, PostsUnderItsOwnIdWithZeroZeroOne)
