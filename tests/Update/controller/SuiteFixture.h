@@ -22,10 +22,10 @@ struct PublishedFile {
     int size = 100; ///< bytes, as announced
     std::string title {};
     std::string location = "sketch.zip"; ///< on the site; empty: no download action
-    std::string destination {};             ///< by default the work folder and the location
+    std::string destination {};          ///< by default the work folder and the location
     bool unzip = false;                  ///< unpack the destination
-    std::string run {};                     ///< the package to install; empty: no run action
-    std::string extraAction {};             ///< written as it is
+    std::string run {};                  ///< the package to install; empty: no run action
+    std::string extraAction {};          ///< written as it is
 };
 
 /// A descriptor's text; `type` is "updater", "section", "app" or "common".
