@@ -50,6 +50,9 @@ std::string registered(std::u16string_view identifier)
     return CFBundleGetBundleWithIdentifier(name) ? "1" : "0";
 }
 
+/// Seen when the module is loaded: a provider may look for its own resources that early.
+const std::string g_registeredAtLoad = registered(u"com.velmora.test.FakePlugin");
+
 struct Unloading {
     ~Unloading() { note("unloaded"); }
 } g_unloading;
@@ -59,7 +62,7 @@ struct Unloading {
 extern "C" __attribute__((visibility("default"))) IMsgProviderPlugin* GetMsgProviderPlugin(
     IMsgPluginContainer* container)
 {
-    note("get plugin-registered=" + registered(u"com.velmora.test.FakePlugin")
+    note("get plugin-registered=" + g_registeredAtLoad
         + " host-registered=" + registered(u"com.velmora.Daemon"));
     const CFRef daemon = adoptCF(CFStringCreateWithView(u"com.velmora.Daemon"));
     const CFRef name = adoptCF(CFStringCreateWithView(u"VelTanRes"));

@@ -105,7 +105,7 @@ TEST(MessageContainers, PoolAndMessageHaveTheirFirstSlots)
     EXPECT_EQ(std::u16string(callSlot<const UniChar*>(message, 0)), u"Update.bundle");
 }
 
-TEST(MessageDesks, RegisterTheBundleBeforeTheProviderIsAsked)
+TEST(MessageDesks, RegisterTheBundleBeforeItIsLoaded)
 {
     const LoadedDesk host;
     EXPECT_EQ(host.bundle.log(), "get plugin-registered=1 host-registered=1\nresource=1 missing=0\n");

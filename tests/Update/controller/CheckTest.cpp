@@ -250,6 +250,39 @@ TEST_F(Check, ReplacesWhatAnEarlierCheckFound)
     EXPECT_EQ(plugin().CanShowNow(nullptr), -1);
 }
 
+TEST_F(Check, LeavesEverythingAsItIsWhenItCannotRun)
+{
+    offer({PublishedFile {}});
+    ASSERT_EQ(open(), 0);
+    host().canGenerate = 0;
+    EXPECT_EQ(check(), -1);
+    host().canGenerate = 1;
+    host().setTexts({.one = ""});
+    EXPECT_EQ(check(), -1);
+    EXPECT_NE(plugin().busy(), 0);
+    EXPECT_NE(windowWith("butn_OK"), nullptr);
+    EXPECT_EQ(plugin().CanShowNow(nullptr), 0) << "the earlier findings stand";
+}
+
+TEST_F(Check, EndsADownloadThatIsUnderWay)
+{
+    offer({PublishedFile {}});
+    ServerScript silent;
+    silent.stall();
+    server().on("/updates/sketch.zip", silent);
+    ASSERT_EQ(open(), 0);
+    confirm();
+    waitFor([] { return windowWith("butn_cancel") != nullptr; });
+    EXPECT_EQ(check(), 0);
+    EXPECT_EQ(plugin().busy(), 0);
+    EXPECT_EQ(windowWith("butn_cancel"), nullptr);
+    ASSERT_EQ(open(), 0) << "the new findings can be opened at once";
+    publishFile("sketch.zip", "better");
+    confirm();
+    waitForEnding();
+    EXPECT_EQ(alerts(), "All done\n");
+}
+
 TEST_F(Check, EndsTheSelectionThatIsOpen)
 {
     offer({PublishedFile {}});

@@ -2,6 +2,7 @@
 #include "Platform/Carbon/Alerts.h"
 #include "tests/Update/controller/SuiteFixture.h"
 #include "tests/support/ScopedFileSizeLimit.h"
+#include "tests/support/ZipFile.h"
 
 #include <QPushButton>
 #include <QTest>
@@ -159,6 +160,47 @@ TEST_F(DownloadEdges, APackagesPathThatIsTooLongInBytesFailsTheStepAndIsNotSent)
     offerSmall({PublishedFile {.run = "%updatertemp%/" + deepPath(300) + "a.pkg"}});
     updateAll();
     EXPECT_TRUE(host().requestsOf(kUPKG).empty());
+    EXPECT_EQ(alerts(), "It failed\n");
+}
+
+TEST_F(DownloadEdges, APackageThatTwoProductsListIsUnpackedOnceAndHandedOnForEach)
+{
+    publishHostUpToDate();
+    for (const std::string name : {"Velmora Sketch", "Velmora Table"}) {
+        (void)install(name, "1.0.0.0"); // its folder is of no interest here
+        publish(name, "1.0.0.0",
+            descriptorText("common",
+                {PublishedFile {.name = name,
+                    .location = "shared.zip",
+                    .unzip = true,
+                    .run = "%updatertemp%/shared.pkg"}}));
+    }
+    publishFile("shared.zip", zipOf("shared.pkg", "a package"));
+    ASSERT_EQ(check(), 0);
+    updateAll();
+    EXPECT_EQ(server().countOf("/updates/shared.zip"), 1);
+    EXPECT_EQ(host().requestsOf(kUPKG).size(), 2u) << "each product's list has its own step";
+    EXPECT_EQ(alerts(), "All done\n");
+}
+
+TEST_F(DownloadEdges, PackagesAreHandedOnInTheOrderOfTheProductsLists)
+{
+    offer({PublishedFile {.location = "b.zip", .run = "%updatertemp%/b.pkg"},
+        PublishedFile {.location = "a.zip", .run = "%updatertemp%/a.pkg"}});
+    updateAll();
+    const auto requests = host().requestsOf(kUPKG);
+    ASSERT_EQ(requests.size(), 2u);
+    EXPECT_NE(requests[0].payload.find("/b.pkg"), std::string::npos);
+    EXPECT_NE(requests[1].payload.find("/a.pkg"), std::string::npos);
+}
+
+TEST_F(DownloadEdges, NoPackageFollowsOneThatFailed)
+{
+    offer({PublishedFile {.location = "b.zip", .run = "%updatertemp%/b.pkg"},
+        PublishedFile {.location = "a.zip", .run = "%updatertemp%/a.pkg"}});
+    host().answer = [](const PortRequest& request) { return request.id == kUPKG ? -1 : 0; };
+    updateAll();
+    EXPECT_EQ(host().requestsOf(kUPKG).size(), 1u);
     EXPECT_EQ(alerts(), "It failed\n");
 }
 

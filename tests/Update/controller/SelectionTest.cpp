@@ -188,6 +188,14 @@ TEST_F(Selection, LeavesOutFilesWithoutAUrl)
     EXPECT_EQ(rows(), (Rows {"Sketch 2"}));
 }
 
+TEST_F(Selection, LeavesOutTheHostsFilesWithoutAUrl)
+{
+    publish(kHostName, kHostVersion,
+        descriptorText("updater", {PublishedFile {.name = kHostName, .location = ""}}));
+    checkAndOpen();
+    EXPECT_EQ(rows(), Rows {});
+}
+
 TEST_F(Selection, LeavesOutUnmarkedFilesOfAnUpdaterDescriptor)
 {
     publishHostUpToDate();
