@@ -1,5 +1,6 @@
 #include "Cocoa2CarbonLib/FSDeleteObjects.h"
 
+#include "Cocoa2CarbonLib/FSFailure.h"
 #include "Platform/Carbon/FSCatalog.h"
 #include "Platform/Carbon/FSIterator.h"
 #include "Platform/Support/ErrorNumbers.h"
@@ -15,20 +16,15 @@ constexpr UInt32 kPathBufferBytes = 1024;
 /// stack stays as it is however deep the tree.
 struct FSDeleteObjectGlobals {
     std::vector<FSIterator> levels; ///< the walks from the folder itself down to the innermost one at work
+    bool opensToOwner = false;      ///< folders are opened to their owner before they are emptied
     bool entersChild = false;       ///< the child given last is a folder that is still to be emptied
     bool childIsEmptied = false;    ///< it was, and is now to be deleted
     OSStatus result = noErr;
 };
 
-/// Prints a failed call. Returns `error`.
 OSStatus checkNoErr(OSStatus error, const char* call, const char* function, int line)
 {
-    if (error == noErr)
-        return error;
-    std::printf("%s != noErr in File: %s, Function: %s, Line: %d, Error: %d\n", call, __FILE_NAME__, function,
-        line, error);
-    (void)std::fflush(stdout); // a closed output must not stop a deletion
-    return error;
+    return printFailure(error, {call, __FILE_NAME__, function, line});
 }
 
 /// Fetches the level's next child and unlocks it. An immutable folder keeps its children from being deleted,
@@ -70,6 +66,9 @@ OSStatus enterFolder(const FSRef* folder, FSDeleteObjectGlobals* theGlobals)
     theGlobals->entersChild = false;
     std::vector<FSIterator>& levels = theGlobals->levels;
     FSIterator level = nullptr;
+    // What cannot be opened this way shows when it is entered.
+    if (theGlobals->opensToOwner)
+        (void)(levels.empty() ? FSOpenToOwner(folder) : FSOpenChildToOwner(levels.back()));
     const OSStatus error
         = levels.empty() ? FSOpenIterator(folder, &level) : FSOpenChildIterator(levels.back(), &level);
     if (error == noErr)
@@ -98,9 +97,10 @@ void FSDeleteFolderLevel(const FSRef* folder, FSDeleteObjectGlobals* theGlobals)
         theGlobals->result, "theGlobals->result", __func__, __LINE__); // the levels above see it too
 }
 
-OSStatus FSDeleteFolder(const FSRef* folder)
+OSStatus FSDeleteFolder(const FSRef* folder, bool opensToOwner)
 {
     FSDeleteObjectGlobals theGlobals;
+    theGlobals.opensToOwner = opensToOwner;
     do
         FSDeleteFolderLevel(folder, &theGlobals);
     while (!theGlobals.levels.empty());
@@ -108,27 +108,38 @@ OSStatus FSDeleteFolder(const FSRef* folder)
 }
 
 /// Unlocks an object, empties it when it is a folder, and deletes it.
-OSStatus deleteWhole(const FSRef* source)
+OSStatus deleteWhole(const FSRef* source, bool opensToOwner)
 {
     FSCatalogInfo info;
     OSStatus err = FSGetCatalogInfo(source, &info, nullptr);
     if (err == noErr && (info.nodeFlags & kFSNodeLockedMask) != 0)
         err = FSUnlockObject(source);
     if (err == noErr && (info.nodeFlags & kFSNodeIsDirectoryMask) != 0)
-        err = FSDeleteFolder(source);
+        err = FSDeleteFolder(source, opensToOwner);
     return err == noErr ? FSDeleteObject(source) : err;
+}
+
+OSStatus deleteAndTell(const FSRef* source, bool opensToOwner)
+{
+    constexpr const char* kFunction = "FSDeleteObjects";
+    if (!source)
+        return paramErr;
+    UInt8 path[kPathBufferBytes];
+    const OSStatus pathError = FSRefMakePath(source, path, kPathBufferBytes);
+    if (checkNoErr(pathError, "err", kFunction, __LINE__) == noErr)
+        std::printf("\n%s -- Deleting %s\n", kFunction, reinterpret_cast<const char*>(path));
+    (void)std::fflush(stdout); // a closed output must not stop a deletion
+    return checkNoErr(deleteWhole(source, opensToOwner), "err", kFunction, __LINE__);
 }
 
 } // namespace
 
 OSStatus FSDeleteObjects(const FSRef* source)
 {
-    if (!source)
-        return paramErr;
-    UInt8 path[kPathBufferBytes];
-    const OSStatus pathError = FSRefMakePath(source, path, kPathBufferBytes);
-    if (checkNoErr(pathError, "err", __func__, __LINE__) == noErr)
-        std::printf("\n%s -- Deleting %s\n", __func__, reinterpret_cast<const char*>(path));
-    (void)std::fflush(stdout); // a closed output must not stop a deletion
-    return checkNoErr(deleteWhole(source), "err", __func__, __LINE__);
+    return deleteAndTell(source, false);
+}
+
+OSStatus FSDeleteClosedObjects(const FSRef* source)
+{
+    return deleteAndTell(source, true);
 }

@@ -10,3 +10,6 @@
 /// nothing is printed), otherwise the file system's error: the deletion ends with the first one, and what was
 /// deleted by then stays deleted.
 OSStatus FSDeleteObjects(const FSRef* source);
+/// The same, and prints the same, for a tree that the caller made or may take: folders that are closed to
+/// their owner are opened to him before they are emptied.
+OSStatus FSDeleteClosedObjects(const FSRef* source);

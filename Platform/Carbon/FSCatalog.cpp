@@ -15,6 +15,7 @@
 namespace {
 
 constexpr unsigned kLockFlags = FS_IMMUTABLE_FL | FS_APPEND_FL;
+constexpr mode_t kOwnerOnlyMode = 0700;
 constexpr UInt64 kLockAttributes = STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND;
 
 /// An object by its open folder and its name there.
@@ -87,6 +88,13 @@ OSStatus unlockAt(int folder, const char* name)
     return ::ioctl(object.get(), FS_IOC_SETFLAGS, &flags) == 0 ? noErr : errorFromErrno(errno);
 }
 
+OSStatus openToOwnerAt(int folder, const char* name)
+{
+    if (::fchmodat(folder, name, kOwnerOnlyMode, AT_SYMLINK_NOFOLLOW) == 0)
+        return noErr;
+    return errno == EOPNOTSUPP ? permErr : errorFromErrno(errno);
+}
+
 OSStatus FSGetCatalogInfo(const FSRef* ref, FSCatalogInfo* info, FSRef* parent)
 {
     Place place;
@@ -111,6 +119,14 @@ OSStatus FSUnlockObject(const FSRef* ref)
     struct statx status;
     const OSStatus error = findObject(ref, place, status);
     return error == noErr ? unlockAt(place.folder.get(), place.name.c_str()) : error;
+}
+
+OSStatus FSOpenToOwner(const FSRef* ref)
+{
+    Place place;
+    struct statx status;
+    const OSStatus error = findObject(ref, place, status);
+    return error == noErr ? openToOwnerAt(place.folder.get(), place.name.c_str()) : error;
 }
 
 OSStatus FSDeleteObject(const FSRef* ref)

@@ -23,5 +23,8 @@ OSStatus FSGetCatalogInfo(const FSRef* ref, FSCatalogInfo* info, FSRef* parent);
 /// (CAP_LINUX_IMMUTABLE is needed), or for any other kind of object; noErr when none is set or the file
 /// system knows no such flags.
 OSStatus FSUnlockObject(const FSRef* ref);
+/// Gives the owner of a file or folder every right to it, and takes those of all others. permErr for a link,
+/// and where the object is somebody else's.
+OSStatus FSOpenToOwner(const FSRef* ref);
 /// Deletes a file, a link or an empty folder.
 OSStatus FSDeleteObject(const FSRef* ref);

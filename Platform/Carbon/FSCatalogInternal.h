@@ -11,3 +11,5 @@ OSStatus catalogStatus(int folder, const char* name, struct statx& status);
 UInt16 catalogNodeFlags(const struct statx& status);
 /// FSUnlockObject for the object `name` of an open folder.
 OSStatus unlockAt(int folder, const char* name);
+/// FSOpenToOwner for the object `name` of an open folder.
+OSStatus openToOwnerAt(int folder, const char* name);

@@ -213,6 +213,13 @@ OSStatus FSUnlockChild(FSIterator iterator)
     return error == noErr ? unlockAt(::dirfd(iterator->stream.get()), iterator->childName.c_str()) : error;
 }
 
+OSStatus FSOpenChildToOwner(FSIterator iterator)
+{
+    const OSStatus error = checkCurrentChild(iterator);
+    return error == noErr ? openToOwnerAt(::dirfd(iterator->stream.get()), iterator->childName.c_str())
+                          : error;
+}
+
 OSStatus FSDeleteChild(FSIterator iterator)
 {
     const OSStatus error = checkCurrentChild(iterator);

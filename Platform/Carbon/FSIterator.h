@@ -25,6 +25,8 @@ OSStatus FSGetCatalogInfoBulk(FSIterator iterator, UInt32 maximum, UInt32* actua
 /// FSUnlockObject and FSDeleteObject for the child that the walk gave last; paramErr when there is none.
 OSStatus FSUnlockChild(FSIterator iterator);
 OSStatus FSDeleteChild(FSIterator iterator);
+/// FSOpenToOwner for the child that the walk gave last; paramErr when there is none.
+OSStatus FSOpenChildToOwner(FSIterator iterator);
 /// Ends a walk. errFSBadFSRef when the walk above it has to be opened again and the folder no longer lies
 /// where it lay; the walk above then gives errFSBadFSRef for everything but its own end.
 OSStatus FSCloseIterator(FSIterator iterator);

@@ -5,10 +5,12 @@
 
 enum : OSStatus {
     noErr = 0,
+    unimpErr = -4,   ///< there is no such call here
     dskFulErr = -34, ///< the volume is full
     nsvErr = -35,    ///< no such volume
     ioErr = -36,
     bdNamErr = -37, ///< a name that the file system does not take
+    eofErr = -39,   ///< the file ended sooner than it should
     tmfoErr = -42,  ///< too many files open
     fnfErr = -43,   ///< file not found
     wPrErr = -44,   ///< the volume is read-only
@@ -18,8 +20,12 @@ enum : OSStatus {
     permErr = -54,   ///< an operation that this user may not do
     wrPermErr = -61, ///< the file is not open for writing
     memFullErr = -108,
-    dirNFErr = -120, ///< folder not found
+    dirNFErr = -120,     ///< folder not found
+    badMovErr = -122,    ///< a folder cannot come to lie inside itself
+    wrgVolTypErr = -123, ///< the volume's kind does not know this
+    userCanceledErr = -128,
     procNotFound = -600,
+    notAFileErr = -1302, ///< neither a file nor a folder nor a link
     errFSNameTooLong = -1410,
     errFSNoMoreItems = -1417,
     errFSBadFSRef = -1401,

@@ -1,0 +1,108 @@
+#include "Cocoa2CarbonLib/FSCopyPreflight.h"
+
+#include "Cocoa2CarbonLib/FSCopyBuffer.h"
+#include "Cocoa2CarbonLib/FSUniqueName.h"
+#include "Platform/Carbon/FSVolume.h"
+#include "Platform/Support/ErrorNumbers.h"
+
+namespace {
+
+constexpr const char* kAsideSuffix = ".DeleteMe";
+
+OSStatus lookAtSource(const FSRef& ref, FSCopyPlan& plan)
+{
+    OSStatus error = openContainerOfRef(ref, plan.sourceFolder, plan.sourceName);
+    if (error == noErr)
+        error = itemInfo(plan.sourceFolder.get(), plan.sourceName, plan.source);
+    if (error != noErr)
+        return error;
+    const bool isSame = plan.source.device == ref.device && plan.source.inode == ref.inode;
+    if (!isSame && plan.source.kind != ItemKind::kLink)
+        return errFSBadFSRef;
+    plan.sourceFolderPath = ref.path.substr(0, ref.path.rfind('/'));
+    plan.isDirectory = plan.source.kind == ItemKind::kFolder;
+    return plan.source.kind == ItemKind::kOther ? notAFileErr : noErr;
+}
+
+OSStatus lookAtDestination(const FSRef& destDir, FSCopyPlan& plan)
+{
+    ItemInfo folder;
+    VolumeParms parms;
+    OSStatus error = openFolderOfRef(destDir, plan.destFolder);
+    if (error == noErr)
+        error = openItemInfo(plan.destFolder.get(), folder);
+    if (error == noErr)
+        error = volumeParms(plan.destFolder.get(), parms);
+    if (error != noErr)
+        return error;
+    plan.isLocal = parms.isLocal;
+    plan.isDropBox = isDropBoxFolder(plan.destFolder.get());
+    plan.hasVolumeCopy = folder.device == plan.source.device;
+    plan.copyBufferBytes = copyBufferBytes(parms.blockBytes, parms.volumeGrade);
+    return noErr;
+}
+
+/// Tells whether the existing object is the source itself, under the same name, or holds it. Another name of
+/// the source's file may go.
+OSStatus holdsSource(const FSCopyPlan& plan, bool& holds)
+{
+    holds = isSameItem(plan.existing, plan.source);
+    if (plan.existing.kind == ItemKind::kFolder)
+        return holds ? noErr : folderLiesInside(plan.sourceFolder.get(), plan.existing, holds);
+    if (!holds)
+        return noErr;
+    ItemInfo from;
+    ItemInfo to;
+    OSStatus error = openItemInfo(plan.sourceFolder.get(), from);
+    if (error == noErr)
+        error = openItemInfo(plan.destFolder.get(), to);
+    holds = isSameItem(from, to) && plan.newName == plan.sourceName;
+    return error;
+}
+
+OSStatus planReplacement(FSCopyPlan& plan)
+{
+    bool holds = false;
+    const OSStatus error = holdsSource(plan, holds);
+    if (error != noErr || holds)
+        return holds ? fBsyErr : error;
+    plan.asideName = plan.newName + kAsideSuffix;
+    plan.replaces = true;
+    return noErr;
+}
+
+OSStatus resolveClash(int dupeAction, FSCopyPlan& plan)
+{
+    const OSStatus error = itemInfo(plan.destFolder.get(), plan.newName, plan.existing);
+    if (error != noErr)
+        return error == fnfErr ? noErr : error;
+    if (dupeAction == kDupeActionReplace)
+        return planReplacement(plan);
+    if (dupeAction != kDupeActionRename)
+        return dupFNErr;
+    const std::string taken = plan.newName;
+    return GetUniqueName(plan.destFolder.get(), taken, plan.newName);
+}
+
+} // namespace
+
+OSStatus preflight(
+    const FSRef& source, const FSRef& destDir, int dupeAction, const HFSUniStr255* newName, FSCopyPlan& plan)
+{
+    OSStatus error = lookAtSource(source, plan);
+    const OSStatus destError
+        = lookAtDestination(destDir, plan); // is printed also when the source is the trouble
+    if (error == noErr)
+        error = destError;
+    plan.newName = plan.sourceName;
+    if (error == noErr && newName)
+        error = itemNameFromUnicode(*newName, plan.newName);
+    return error == noErr ? resolveClash(dupeAction, plan) : error;
+}
+
+OSStatus CheckForDestInsideSrc(const FSCopyPlan& plan)
+{
+    bool inside = false;
+    const OSStatus error = folderLiesInside(plan.destFolder.get(), plan.source, inside);
+    return inside ? badMovErr : error;
+}

@@ -1,0 +1,254 @@
+#include "Platform/Carbon/FSFork.h"
+
+#include "Platform/Support/Descriptor.h"
+#include "Platform/Support/ErrorNumbers.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <linux/limits.h>
+#include <memory>
+#include <string_view>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+struct FSForkRecord {
+    Descriptor content; ///< of the content's fork
+    int item = -1;      ///< the content's descriptor, or the one that an attribute's fork borrows
+    std::string name;   ///< empty for the content
+    UInt64 size = 0;
+    std::string written; ///< an attribute's value so far: attributes are written whole
+};
+
+namespace {
+
+constexpr std::size_t kMaxCopyPieceBytes = 1U << 30; ///< what one request to the system asks for
+
+bool isFork(std::string_view attribute)
+{
+    return attribute.starts_with("user.") || attribute == "system.posix_acl_access"
+        || attribute == "system.posix_acl_default";
+}
+
+OSStatus attributeError(int posixError)
+{
+    if (posixError == ENODATA)
+        return fnfErr;
+    return posixError == EOPNOTSUPP ? wrgVolTypErr : errorFromErrno(posixError);
+}
+
+OSStatus openFork(int item, const std::string& name, std::unique_ptr<FSForkRecord>& fork)
+{
+    fork = std::make_unique<FSForkRecord>();
+    fork->name = name;
+    fork->item = item;
+    if (!name.empty())
+        return noErr;
+    fork->content.reset(::fcntl(item, F_DUPFD_CLOEXEC, 0));
+    fork->item = fork->content.get();
+    return fork->content ? noErr : errorFromErrno(errno);
+}
+
+OSStatus attributeSize(const FSForkRecord& fork, UInt64& size)
+{
+    const ssize_t bytes = ::fgetxattr(fork.item, fork.name.c_str(), nullptr, 0);
+    if (bytes < 0)
+        return attributeError(errno);
+    size = static_cast<UInt64>(bytes);
+    return noErr;
+}
+
+OSStatus readAttribute(const FSForkRecord& fork, UInt64 position, UInt32 bytes, char* buffer)
+{
+    std::string value(XATTR_SIZE_MAX, '\0');
+    const ssize_t size = ::fgetxattr(fork.item, fork.name.c_str(), value.data(), value.size());
+    if (size < 0)
+        return attributeError(errno);
+    if (position + bytes > static_cast<UInt64>(size))
+        return eofErr;
+    std::copy_n(value.data() + position, bytes, buffer);
+    return noErr;
+}
+
+OSStatus writeAttribute(const FSForkRecord& fork)
+{
+    const int result = ::fsetxattr(fork.item, fork.name.c_str(), fork.written.data(), fork.written.size(), 0);
+    return result == 0 ? noErr : attributeError(errno);
+}
+
+OSStatus currentSize(const FSForkRecord& fork, UInt64& size)
+{
+    struct stat status;
+    if (::fstat(fork.item, &status) != 0)
+        return errorFromErrno(errno);
+    size = static_cast<UInt64>(status.st_size);
+    return noErr;
+}
+
+/// noErr and the end of the piece copied; at least one byte.
+OSStatus copyPiece(FSForkRecord& source, FSForkRecord& destination, UInt64& position, UInt64 end)
+{
+    off_t from = static_cast<off_t>(position);
+    off_t to = from;
+    const std::size_t wanted = std::min<UInt64>(end - position, kMaxCopyPieceBytes);
+    const ssize_t copied = ::copy_file_range(source.item, &from, destination.item, &to, wanted, 0);
+    if (copied > 0) {
+        position += static_cast<UInt64>(copied);
+        return noErr;
+    }
+    if (copied < 0 && errno == EINTR)
+        return noErr;
+    // Nothing at all where there should be data: some file systems know their sizes but not this call.
+    const bool cannot = copied == 0 || errno == EXDEV || errno == EOPNOTSUPP || errno == ENOSYS
+        || errno == EINVAL || errno == EPERM;
+    return cannot ? unimpErr : errorFromErrno(errno);
+}
+
+} // namespace
+
+OSStatus FSIterateForks(int item, std::vector<std::string>& names)
+{
+    names.clear();
+    struct stat status;
+    if (::fstat(item, &status) != 0)
+        return errorFromErrno(errno);
+    if (S_ISREG(status.st_mode))
+        names.emplace_back();
+    std::string list(XATTR_LIST_MAX, '\0');
+    const ssize_t bytes = ::flistxattr(item, list.data(), list.size());
+    if (bytes < 0)
+        return errno == EOPNOTSUPP ? noErr : errorFromErrno(errno);
+    const std::string_view found(list.data(), static_cast<std::size_t>(bytes));
+    for (std::size_t at = 0; at < found.size();) {
+        const std::string_view name = found.substr(at, found.find('\0', at) - at);
+        if (isFork(name))
+            names.emplace_back(name);
+        at += name.size() + 1;
+    }
+    return noErr;
+}
+
+OSStatus FSOpenForkForReading(int item, const std::string& name, FSForkRef* fork)
+{
+    std::unique_ptr<FSForkRecord> opened;
+    OSStatus error = openFork(item, name, opened);
+    if (error == noErr)
+        error = name.empty() ? currentSize(*opened, opened->size) : attributeSize(*opened, opened->size);
+    if (error == noErr)
+        *fork = opened.release();
+    return error;
+}
+
+OSStatus FSOpenForkForWriting(int item, const std::string& name, FSForkRef* fork)
+{
+    std::unique_ptr<FSForkRecord> opened;
+    const OSStatus error = openFork(item, name, opened);
+    if (error == noErr)
+        *fork = opened.release();
+    return error;
+}
+
+void FSCloseFork(FSForkRef fork)
+{
+    const std::unique_ptr<FSForkRecord> closed(fork);
+}
+
+const std::string& FSGetForkName(FSForkRef fork)
+{
+    return fork->name;
+}
+
+UInt64 FSGetForkSize(FSForkRef fork)
+{
+    return fork->size;
+}
+
+OSStatus FSSetForkSize(FSForkRef fork, UInt64 size)
+{
+    fork->size = size;
+    if (fork->name.empty())
+        return ::ftruncate(fork->item, static_cast<off_t>(size)) == 0 ? noErr : errorFromErrno(errno);
+    fork->written.resize(static_cast<std::size_t>(size));
+    return writeAttribute(*fork);
+}
+
+OSStatus FSNextForkData(FSForkRef fork, UInt64 position, UInt64* start, UInt64* end)
+{
+    *start = position;
+    *end = fork->size;
+    if (!fork->name.empty())
+        return position < fork->size ? noErr : errFSNoMoreItems;
+    UInt64 size = 0;
+    const OSStatus error = currentSize(*fork, size);
+    if (error != noErr)
+        return error;
+    if (size < fork->size)
+        return eofErr;
+    if (position >= fork->size)
+        return errFSNoMoreItems;
+    const off_t data = ::lseek(fork->item, static_cast<off_t>(position), SEEK_DATA);
+    if (data < 0 && errno == ENXIO)
+        return errFSNoMoreItems;
+    const off_t hole = data < 0 ? -1 : ::lseek(fork->item, data, SEEK_HOLE);
+    if (hole < 0)
+        return noErr; // a file system that knows no holes: everything is data
+    *start = static_cast<UInt64>(data);
+    *end = std::min(static_cast<UInt64>(hole), fork->size);
+    return *start < fork->size ? noErr : errFSNoMoreItems;
+}
+
+OSStatus FSReadFork(FSForkRef fork, UInt64 position, UInt32 bytes, void* buffer)
+{
+    if (!fork->name.empty())
+        return readAttribute(*fork, position, bytes, static_cast<char*>(buffer));
+    for (UInt32 done = 0; done < bytes;) {
+        const ssize_t got = ::pread(
+            fork->item, static_cast<char*>(buffer) + done, bytes - done, static_cast<off_t>(position + done));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            return got == 0 ? eofErr : errorFromErrno(errno);
+        done += static_cast<UInt32>(got);
+    }
+    return noErr;
+}
+
+OSStatus FSWriteFork(FSForkRef fork, UInt64 position, UInt32 bytes, const void* buffer)
+{
+    const char* const from = static_cast<const char*>(buffer);
+    fork->size = std::max(fork->size, position + bytes);
+    if (!fork->name.empty()) {
+        fork->written.resize(static_cast<std::size_t>(fork->size));
+        std::copy_n(from, bytes, fork->written.data() + position);
+        return writeAttribute(*fork);
+    }
+    for (UInt32 done = 0; done < bytes;) {
+        const ssize_t put
+            = ::pwrite(fork->item, from + done, bytes - done, static_cast<off_t>(position + done));
+        if (put < 0 && errno == EINTR)
+            continue;
+        if (put <= 0)
+            return put == 0 ? ioErr : errorFromErrno(errno);
+        done += static_cast<UInt32>(put);
+    }
+    return noErr;
+}
+
+OSStatus PBHCopyFileSync(FSForkRef source, FSForkRef destination)
+{
+    if (::ioctl(destination->item, FICLONE, source->item) == 0)
+        return noErr;
+    for (UInt64 position = 0;;) {
+        UInt64 end = 0;
+        OSStatus error = FSNextForkData(source, position, &position, &end);
+        if (error == errFSNoMoreItems)
+            return FSSetForkSize(destination, source->size);
+        while (error == noErr && position < end)
+            error = copyPiece(*source, *destination, position, end);
+        if (error != noErr)
+            return error;
+    }
+}

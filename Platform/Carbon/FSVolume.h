@@ -1,0 +1,17 @@
+// What a volume, a mounted file system, says about itself.
+#pragma once
+
+#include "Platform/Support/Types.h"
+
+struct VolumeParms {
+    UInt32 blockBytes = 0;  ///< how much of the parameter block the volume filled; the grade ends at byte 18
+    SInt32 volumeGrade = 0; ///< minus its speed in bytes a second; 0: not known
+    bool isLocal = true;    ///< not reached over a network, as far as its type tells
+};
+
+/// Asks the volume of an open folder. Linux measures no volume's speed, so the grade is always 0.
+OSStatus volumeParms(int folder, VolumeParms& parms);
+
+/// True unless `type`, as statfs(2) gives it, is one of the network file systems. One served by a program of
+/// the user (FUSE) counts as local: nothing tells where its files are.
+bool isLocalVolumeType(UInt32 type);
