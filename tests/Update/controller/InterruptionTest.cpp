@@ -1,5 +1,6 @@
 // What happens to a run when the host cancels it, checks again or opens a message while the plug-in waits for
 // an answer.
+#include "tests/Update/controller/PlatformCalls.h"
 #include "tests/Update/controller/SuiteFixture.h"
 
 #include "tests/support/ZipFile.h"
@@ -11,6 +12,8 @@ constexpr SInt32 kUEnd = 0x55456E64;
 
 class Interruption : public SuiteFixture {
 protected:
+    ~Interruption() override { forgetPlatformCalls(); }
+
     /// Offers one package and does `inTheWait` while the host "installs" it.
     void interrupt(SInt32 request, std::function<void()> inTheWait)
     {
@@ -26,6 +29,16 @@ protected:
         ASSERT_EQ(open(), 0);
         confirm();
         waitFor([this] { return m_interrupted; });
+        settle();
+    }
+
+    /// Offers a file and does `inTheWait` while the helper tool is being authorised.
+    void interruptAuthorisation(std::function<void()> inTheWait)
+    {
+        offer({PublishedFile {}});
+        ASSERT_EQ(open(), 0);
+        platformCalls().whileToolStarts = std::move(inTheWait);
+        confirm();
         settle();
     }
 
@@ -90,6 +103,58 @@ TEST_F(Interruption, OpeningTheMessageDuringAPackageIsIgnored)
     interrupt(kUPKG, [this] { EXPECT_EQ(open(), 0); });
     waitForEnding();
     EXPECT_EQ(host().endings.size(), 1u);
+    EXPECT_EQ(alerts(), "All done\n");
+}
+
+TEST_F(Interruption, CancelDuringTheAuthorisationEndsEverythingWithoutAWord)
+{
+    interruptAuthorisation([this] { EXPECT_EQ(plugin().CancelProcessMsg(nullptr), 0); });
+    EXPECT_TRUE(host().endings.empty());
+    EXPECT_TRUE(host().requests.empty());
+    EXPECT_EQ(server().countOf("/updates/sketch.zip"), 0);
+    EXPECT_EQ(plugin().busy(), 0);
+}
+
+TEST_F(Interruption, ACheckDuringTheAuthorisationEndsTheMessageAndDownloadsNothing)
+{
+    interruptAuthorisation([this] { EXPECT_EQ(check(), 0); });
+    EXPECT_EQ(host().endings.size(), 1u);
+    EXPECT_EQ(server().countOf("/updates/sketch.zip"), 0) << "the chosen files are gone";
+    EXPECT_EQ(windowWith("hscrl_process"), nullptr);
+    EXPECT_EQ(plugin().busy(), 0);
+    EXPECT_EQ(plugin().CanShowNow(nullptr), 0) << "the new check's findings stand";
+}
+
+TEST_F(Interruption, ANewMessageOpenedDuringTheAuthorisationStaysOpen)
+{
+    interruptAuthorisation([this] {
+        ASSERT_EQ(check(), 0);
+        ASSERT_EQ(open(), 0);
+    });
+    EXPECT_TRUE(host().endings.empty()) << "the message that is open now has not ended";
+    EXPECT_EQ(server().countOf("/updates/sketch.zip"), 0);
+    EXPECT_NE(windowWith("butn_OK"), nullptr);
+    EXPECT_NE(plugin().busy(), 0);
+}
+
+TEST_F(Interruption, OpeningTheMessageDuringTheAuthorisationIsIgnored)
+{
+    interruptAuthorisation([this] { EXPECT_EQ(open(), 0); });
+    waitForEnding();
+    EXPECT_EQ(server().countOf("/updates/sketch.zip"), 1);
+    EXPECT_EQ(host().endings.size(), 1u);
+}
+
+TEST_F(Interruption, ARunOfItsOwnDuringTheAuthorisationIsTheOnlyOne)
+{
+    interruptAuthorisation([this] {
+        ASSERT_EQ(plugin().CancelProcessMsg(nullptr), 0);
+        ASSERT_EQ(open(), 0);
+        confirm();
+        waitForEnding();
+    });
+    EXPECT_EQ(host().endings.size(), 1u) << "the cancelled run is not told";
+    EXPECT_EQ(server().countOf("/updates/sketch.zip"), 1);
     EXPECT_EQ(alerts(), "All done\n");
 }
 

@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <dlfcn.h>
+#include <utility>
 
 namespace {
 
@@ -93,6 +94,8 @@ OSStatus AuthorizationExecuteWithPrivileges(AuthorizationRef authorization, cons
     calls.toolArguments.clear();
     for (char* const* argument = arguments; argument && *argument; ++argument)
         calls.toolArguments.emplace_back(*argument);
+    if (const std::function<void()> meanwhile = std::exchange(calls.whileToolStarts, nullptr))
+        meanwhile();
     if (calls.toolResult)
         return *calls.toolResult;
     return own(authorization, pathToTool, options, arguments, pipe);

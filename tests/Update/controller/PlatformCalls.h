@@ -4,6 +4,7 @@
 
 #include "Platform/Support/Types.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -25,6 +26,8 @@ struct PlatformCalls {
     std::vector<std::string> toolArguments;
     std::vector<std::string> order; ///< names of noted steps, as they came
 
+    /// Called once while the helper tool's start is waited for, as events would be.
+    std::function<void()> whileToolStarts;
     /// What starting the helper tool gives instead of starting it.
     std::optional<OSStatus> toolResult;
 };
