@@ -169,9 +169,18 @@ write_descriptor()
 XML
 }
 
+# installed_version BUNDLE: key and value may stand on two lines.
 installed_version()
 {
-    grep -o '<key>CFBundleVersion</key><string>[^<]*' "$1/Contents/Info.plist" | sed 's/.*<string>//'
+    tr -d '\n\t' < "$1/Contents/Info.plist" | grep -o '<key>CFBundleVersion</key> *<string>[^<]*' | sed 's/.*<string>//'
+}
+
+# set_version BUNDLE VERSION
+set_version()
+{
+    local before
+    before=$(installed_version "$1")
+    sed -i "s|<string>$before</string>|<string>$2</string>|" "$1/Contents/Info.plist"
 }
 
 # report_versions: one line a product; fails unless each has the version that it should have.
