@@ -17,8 +17,8 @@ namespace {
 
 struct ReadLog {
     std::vector<UInt32> requests;
-    std::vector<UInt32> lastCounts;    ///< what came together with the end
-    std::optional<OSStatus> failAtEnd; ///< in place of the end
+    std::vector<UInt32> lastCounts;        ///< what came together with the end
+    std::optional<std::size_t> failingEnd; ///< which end, counted from 0, is an error instead
 };
 
 ReadLog* g_log = nullptr;
@@ -50,13 +50,14 @@ OSStatus FSGetCatalogInfoBulk(FSIterator iterator, UInt32 maximum, UInt32* actua
     using Function = OSStatus (*)(FSIterator, UInt32, UInt32*, FSCatalogInfo*);
     static const auto next = reinterpret_cast<Function>(
         dlsym(RTLD_NEXT, "_Z20FSGetCatalogInfoBulkP16FSIteratorRecordjPjP13FSCatalogInfo"));
-    OSStatus error = next(iterator, maximum, actual, infos);
+    const OSStatus error = next(iterator, maximum, actual, infos);
     if (!g_log)
         return error;
     g_log->requests.push_back(maximum);
-    if (error == errFSNoMoreItems)
-        g_log->lastCounts.push_back(*actual);
-    return error == errFSNoMoreItems && g_log->failAtEnd ? *g_log->failAtEnd : error;
+    if (error != errFSNoMoreItems)
+        return error;
+    g_log->lastCounts.push_back(*actual);
+    return g_log->failingEnd == g_log->lastCounts.size() - 1 ? ioErr : error;
 }
 
 TEST_F(FolderReading, AsksForFiveEntriesAtATime)
@@ -75,6 +76,12 @@ TEST_F(FolderReading, CountsTheEntriesThatComeWithTheEnd)
 TEST_F(FolderReading, CarriesTheVerdictOverAFolderThatCannotBeReadToItsEnd)
 {
     const tagFSRefCount good = folderWith("good", 2, 1);
-    m_log.failAtEnd = ioErr;
+    const tagFSRefCount poor = folderWith("poor", 1, 1);
+    m_log.failingEnd = 0;
     EXPECT_FALSE(holdExpandedItems({good})); // the first folder: nothing to carry over but false
+    m_log.lastCounts.clear();
+    m_log.failingEnd = 1;
+    EXPECT_TRUE(holdExpandedItems({good, poor}));
+    m_log.lastCounts.clear();
+    EXPECT_FALSE(holdExpandedItems({good, good, poor})); // the third has a verdict of its own again
 }
