@@ -32,8 +32,8 @@ using CopyObjectFilterProcPtr = int (*)(
 /// - A link swapped in meanwhile is not followed, and file systems mounted inside the source are refused
 /// (fBsyErr), as
 ///   are devices, pipes and sockets (notAFileErr).
-/// - A file whose copying is not finished can be read by nobody: its mode is kBusyFileMode, as a creation
-/// time that
+/// - A file whose copying is not finished can be read by no ordinary user: its mode is kBusyFileMode, as a
+/// creation time that
 ///   marks it cannot be set here.
 /// - A copy that fails leaves nothing of itself.
 ///
@@ -43,15 +43,17 @@ using CopyObjectFilterProcPtr = int (*)(
 /// \param whichInfo, wantFSSpec, wantName what `filterProc` is given.
 /// \param dupeAction kDupeActionReplace: an existing object is called NAME.DeleteMe meanwhile, and deleted in
 /// the end
-///     or, when the copy fails, called as before; what holds the source, or is it, is not replaced (fBsyErr).
+///     or, when the copy fails, called as before; what holds the source, or is it, is not
+///     replaced (fBsyErr), and dupFNErr is returned when something already has that other name.
 ///     kDupeActionRename: the copy is called as GetUniqueName says. Anything else: dupFNErr.
 /// \param newName the copy's name; null: the source's.
 /// \param filterProc may be null; `yourData` is handed to it.
 /// \param newObjectRef, newObjectSpec may be null; written when the copy stands.
 /// \return noErr; paramErr for a null source or destination (then nothing is printed); badMovErr when the
 /// destination
-///     lies in the source; otherwise the file system's first error. When only the replaced object could not
-///     be deleted whole, the copy stands, and the rest of that object beside it.
+///     lies in the source; wrgVolTypErr when the destination cannot hold its attributes; otherwise the file
+///     system's first error. When only the replaced object could not be deleted whole, the copy stands, and
+///     the rest of that object beside it.
 ///
 /// Prints its parameters and each failure to standard output and flushes it.
 OSStatus FSCopyObject(const FSRef* source, const FSRef* destDir, UInt32 maxLevels,

@@ -103,7 +103,7 @@ OSStatus copyPiece(FSForkRecord& source, FSForkRecord& destination, UInt64& posi
         return noErr;
     // Nothing at all where there should be data: some file systems know their sizes but not this call.
     const bool cannot = copied == 0 || errno == EXDEV || errno == EOPNOTSUPP || errno == ENOSYS
-        || errno == EINVAL || errno == EPERM;
+        || errno == EINVAL || errno == EPERM || errno == ETXTBSY;
     return cannot ? unimpErr : errorFromErrno(errno);
 }
 

@@ -3,8 +3,8 @@
 
 #include "Platform/Carbon/FSItem.h"
 
-/// A file under copy can be written by its owner and read by nobody: whoever meets it sees that it is not
-/// whole.
+/// A file under copy can be written by its owner and read by no ordinary user: whoever meets it sees that it
+/// is not whole.
 inline constexpr UInt32 kBusyFileMode = 0200;
 
 // Each of these gives dupFNErr when the name is taken, also by a link, and then changes nothing. What is made
