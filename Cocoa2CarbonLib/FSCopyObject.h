@@ -26,34 +26,28 @@ using CopyObjectFilterProcPtr = int (*)(
 /// the folder `destDir`, with modes, times and the forks of this platform: extended attributes and access
 /// control lists.
 /// - The copy belongs to the calling user; set-user and set-group bits are kept only where owner and group
-/// are the
-///   same. The locked flags and the creation time are not copied, and several names of one file become
-///   several files.
-/// - A link swapped in meanwhile is not followed, and file systems mounted inside the source are refused
-/// (fBsyErr), as
-///   are devices, pipes and sockets (notAFileErr).
+///   are the same. The locked flags and the creation time are not copied, and several names of one file
+///   become several files.
+/// - A link swapped in meanwhile is not followed. Other file systems mounted inside the source are refused
+///   (fBsyErr), as are devices, pipes and sockets (notAFileErr).
 /// - A file whose copying is not finished can be read by no ordinary user: its mode is kBusyFileMode, as a
-/// creation time that
-///   marks it cannot be set here.
+///   creation time that marks it cannot be set here.
 /// - A copy that fails leaves nothing of itself.
 ///
 /// \param maxLevels how many levels of children are copied: with 1 the source's own ones, of which folders
-/// stay empty;
-///     0: all.
+///     stay empty; 0: all.
 /// \param whichInfo, wantFSSpec, wantName what `filterProc` is given.
 /// \param dupeAction kDupeActionReplace: an existing object is called NAME.DeleteMe meanwhile, and deleted in
-/// the end
-///     or, when the copy fails, called as before; what holds the source, or is it, is not
-///     replaced (fBsyErr), and dupFNErr is returned when something already has that other name.
+///     the end or, when the copy fails, called as before. What holds the source, or is it, is not replaced
+///     (fBsyErr), and nothing is when something is called NAME.DeleteMe already (dupFNErr).
 ///     kDupeActionRename: the copy is called as GetUniqueName says. Anything else: dupFNErr.
 /// \param newName the copy's name; null: the source's.
 /// \param filterProc may be null; `yourData` is handed to it.
 /// \param newObjectRef, newObjectSpec may be null; written when the copy stands.
 /// \return noErr; paramErr for a null source or destination (then nothing is printed); badMovErr when the
-/// destination
-///     lies in the source; wrgVolTypErr when the destination cannot hold its attributes; otherwise the file
-///     system's first error. When only the replaced object could not be deleted whole, the copy stands, and
-///     the rest of that object beside it.
+///     destination lies in the source; wrgVolTypErr when the destination cannot hold its attributes;
+///     otherwise the file system's first error. When only the replaced object could not be deleted whole, the
+///     copy stands, and the rest of that object beside it.
 ///
 /// Prints its parameters and each failure to standard output and flushes it.
 OSStatus FSCopyObject(const FSRef* source, const FSRef* destDir, UInt32 maxLevels,

@@ -1,5 +1,6 @@
 #include "Platform/Carbon/FSItemChanges.h"
 
+#include "Platform/Carbon/FSCatalogInternal.h"
 #include "Platform/Support/ErrorNumbers.h"
 
 #include <cerrno>
@@ -16,12 +17,13 @@ constexpr int kCreateFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXE
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 constexpr mode_t kNewFolderMode = 0700;
 
-/// Takes away what a new item inherited from its folder's default access control list. Where there is none,
-/// or the file system knows none, there is nothing to take.
-void dropInheritedRights(int item)
+/// Gives a new item its mode, whatever its folder's default access control list and the user's creation mask
+/// left of it. Where there is no list, or the file system knows none, there is nothing to take away.
+OSStatus setFirstMode(int item, mode_t mode)
 {
     (void)::fremovexattr(item, "system.posix_acl_access");  // as above
     (void)::fremovexattr(item, "system.posix_acl_default"); // as above
+    return ::fchmod(item, mode) == 0 ? noErr : errorFromErrno(errno);
 }
 
 struct timespec asTimespec(const ItemTime& time)
@@ -47,8 +49,10 @@ OSStatus createFileItem(int folder, const std::string& name, Descriptor& file)
     file.reset(::openat(folder, name.c_str(), kCreateFlags, kBusyFileMode));
     if (!file)
         return errorFromErrno(errno);
-    dropInheritedRights(file.get());
-    return noErr;
+    const OSStatus error = setFirstMode(file.get(), kBusyFileMode);
+    if (error != noErr)
+        (void)::unlinkat(folder, name.c_str(), 0); // the first error is the one to tell
+    return error;
 }
 
 OSStatus createFolderItem(int folder, const std::string& name, Descriptor& created)
@@ -56,13 +60,17 @@ OSStatus createFolderItem(int folder, const std::string& name, Descriptor& creat
     if (::mkdirat(folder, name.c_str(), kNewFolderMode) != 0)
         return errorFromErrno(errno);
     created.reset(::openat(folder, name.c_str(), kFolderFlags));
-    if (!created) {
-        const OSStatus error = errno == ELOOP ? errFSBadFSRef : errorFromErrno(errno);
+    // The inherited rights may close it to its owner.
+    if (!created && errno == EACCES && openToOwnerAt(folder, name.c_str()) == noErr)
+        created.reset(::openat(folder, name.c_str(), kFolderFlags));
+    OSStatus error = noErr;
+    if (!created)
+        error = errno == ELOOP ? errFSBadFSRef : errorFromErrno(errno);
+    if (error == noErr)
+        error = setFirstMode(created.get(), kNewFolderMode);
+    if (error != noErr)
         (void)::unlinkat(folder, name.c_str(), AT_REMOVEDIR); // the first error is the one to tell
-        return error;
-    }
-    dropInheritedRights(created.get());
-    return noErr;
+    return error;
 }
 
 OSStatus copyLinkItem(int sourceFolder, const std::string& sourceName, int folder, const std::string& name)

@@ -1,7 +1,6 @@
 // The copying of contents and extended attributes, by each of its ways.
 #include "Cocoa2CarbonLib/FSCopyForks.h"
 
-#include "Platform/Carbon/FSItemChanges.h"
 #include "tests/Cocoa2CarbonLib/CopyCall.h"
 #include "tests/support/FileTrees.h"
 #include "tests/support/TempDir.h"
@@ -29,7 +28,7 @@ protected:
     OSStatus copy(const fs::path& source, const fs::path& dest)
     {
         const Descriptor from(::open(source.c_str(), O_RDONLY | O_CLOEXEC));
-        const Descriptor to(::open(dest.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kBusyFileMode));
+        const Descriptor to(::open(dest.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
         EXPECT_TRUE(from && to);
         return GetParam() == Way::kDropBox
             ? CopyForksToDropBox(from.get(), to.get(), m_buffer)

@@ -84,7 +84,7 @@ TEST_F(FSCopyMetadataTest, CopiesFoldersWhoseModeClosesTheWayBackAsAnOrdinaryUse
 TEST_F(FSCopyMetadataTest, IgnoresTheFileCreationMask)
 {
     ASSERT_EQ(::chmod(m_temp.write("tree/file", "x").c_str(), 0666), 0);
-    const mode_t before = ::umask(0777);
+    const mode_t before = ::umask(0377);
     const OSStatus error = copy(m_tree);
     ::umask(before);
     EXPECT_EQ(error, 0);

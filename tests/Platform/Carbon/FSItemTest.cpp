@@ -132,6 +132,20 @@ TEST_F(FSItemTest, MakesFilesThatNobodyReadsWhileTheyAreMade)
     EXPECT_EQ(createFileItem(m_folder.get(), "file", file), -48);
 }
 
+TEST_F(FSItemTest, GivesWhatItMakesItsModeUnderAnyCreationMask)
+{
+    Descriptor file;
+    Descriptor folder;
+    const mode_t before = ::umask(0777);
+    const OSStatus fileError = createFileItem(m_folder.get(), "file", file);
+    const OSStatus folderError = createFolderItem(m_folder.get(), "sub", folder);
+    ::umask(before);
+    EXPECT_EQ(fileError, 0);
+    EXPECT_EQ(folderError, 0);
+    EXPECT_EQ(statusOf(m_path / "file").st_mode & 07777, 0200u);
+    EXPECT_EQ(statusOf(m_path / "sub").st_mode & 07777, 0700u);
+}
+
 TEST_F(FSItemTest, MakesNothingThroughALink)
 {
     fs::create_symlink(m_temp.at("elsewhere"), m_path / "link");
