@@ -4,6 +4,7 @@
 #include "Platform/Support/ErrorNumbers.h"
 #include "tests/Platform/Carbon/LaunchedApplication.h"
 #include "tests/support/BundleBuilder.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/support/FakeHome.h"
 #include "tests/support/ZipFile.h"
 
@@ -148,6 +149,31 @@ TEST(LSOpenFromRefSpec, InstallsAPackageThatIsAFolder)
     ASSERT_EQ(openDocument(package, &application, &target), noErr);
     (void)waitForEnd(application);
     EXPECT_EQ(host.words(), "-pkg\n" + package.path + "\n-target\n" + target.path + "\n");
+}
+
+TEST(LSOpenFromRefSpec, AsksAnAdministratorForAFolderThatTheUserMayNotChange)
+{
+    if (!child::canChangeUser())
+        GTEST_SKIP() << "only root can become another user";
+    const ScopedTempDir folder;
+    const ScopedHost host(folder);
+    const FSRef package = refTo(folder.write("a.pkg", "xar!"));
+    const FSRef target = refTo(folder.makeFolder("target"));
+    fs::permissions(folder.path(), fs::perms::others_read | fs::perms::others_exec, fs::perm_options::add);
+    EXPECT_EQ(child::runAsNobody([&] {
+        FSRef application;
+        const OSStatus error = openDocument(package, &application, &target);
+        return error == noErr && application.path == "/usr/bin/pkexec" ? 0 : 1;
+    }),
+        0);
+    fs::permissions(target.path, fs::perms::all);
+    fs::permissions(host.installer(), fs::perms::all);
+    EXPECT_EQ(child::runAsNobody([&] {
+        FSRef application;
+        const OSStatus error = openDocument(package, &application, &target);
+        return error == noErr && application.path == host.installer() ? 0 : 1;
+    }),
+        0);
 }
 
 TEST(LSOpenFromRefSpec, NeedsAFolderToInstallAPackageInto)

@@ -1,6 +1,7 @@
 #include "tests/Update/descriptor/ScriptedPlatform.h"
 
 #include "Platform/Carbon/EventLoop.h"
+#include "Platform/Carbon/Folders.h"
 #include "Platform/Support/ErrorNumbers.h"
 #include "Update/collect/RunningProcess.h"
 #include "Update/helper/AssistantTool.h"
@@ -46,7 +47,7 @@ ScriptedPlatform::~ScriptedPlatform()
     g_platform = nullptr;
 }
 
-long ScriptedPlatform::count(const std::string& text) const
+std::ptrdiff_t ScriptedPlatform::count(const std::string& text) const
 {
     return std::count_if(calls.begin(), calls.end(),
         [&text](const std::string& call) { return call.compare(0, text.size(), text) == 0; });
@@ -56,7 +57,7 @@ std::vector<std::string> ScriptedPlatform::deeds() const
 {
     std::vector<std::string> deeds;
     std::copy_if(calls.begin(), calls.end(), std::back_inserter(deeds),
-        [](const std::string& call) { return call != "running?"; });
+        [](const std::string& call) { return !call.ends_with("running?"); });
     return deeds;
 }
 
@@ -115,6 +116,14 @@ UInt32 TickCount()
     const UInt32 now = g_platform->tick;
     g_platform->tick += g_platform->ticksPerLook;
     return now;
+}
+
+OSStatus FlushVol(const void* volumeName, SInt16 volumeNumber)
+{
+    EXPECT_EQ(volumeName, nullptr);
+    EXPECT_EQ(volumeNumber, 0);
+    g_platform->calls.emplace_back("flush");
+    return noErr;
 }
 
 void QuitApplicationEventLoop()

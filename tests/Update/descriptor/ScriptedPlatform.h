@@ -4,6 +4,7 @@
 
 #include "Platform/Carbon/LaunchServices.h"
 
+#include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -17,11 +18,11 @@ struct ScriptedPlatform {
     ~ScriptedPlatform();
 
     /// Every call, in order: "launch NAME FLAGS", "open NAME FLAGS [into NAME]", "event SECONDS", "running?",
-    /// "quit", "tool".
+    /// "file running?", "flush", "quit", "tool".
     std::vector<std::string> calls;
     /// How many calls begin with `text`.
-    long count(const std::string& text) const;
-    /// The calls without "running?".
+    std::ptrdiff_t count(const std::string& text) const;
+    /// The calls without the questions whether something runs.
     std::vector<std::string> deeds() const;
 
     std::function<OSStatus(const FSRef& application)> launch = [](const FSRef&) { return 0; };
