@@ -54,10 +54,16 @@ wait_for_check()
     return 1
 }
 
+# end_new_service: asks it to end and sees that it has, within five seconds.
 end_new_service()
 {
+    local attempt
     [ -n "$new_service_pid" ] || return 0
     kill "$new_service_pid" 2>/dev/null || true
+    for attempt in $(seq 50); do
+        kill -0 "$new_service_pid" 2>/dev/null || break
+        sleep 0.1
+    done
     new_service_pid=
 }
 
