@@ -4,7 +4,6 @@
 #include "TandemService/package/InstallTarget.h"
 
 #include <cerrno>
-#include <ranges>
 
 #include <fcntl.h>
 #include <stdio.h>
@@ -87,11 +86,11 @@ InstallResult swapEntries(const SwapFolders& folders, const SwapList& entries, c
 InstallResult putEntriesBack(
     const SwapFolders& folders, const SwapList& entries, const InstallOptions& options)
 {
-    for (const SwapEntry& entry : entries | std::views::reverse) {
-        if (!putEntryBack(folders, entry))
+    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+        if (!putEntryBack(folders, *entry))
             return systemFailure(
-                "\"" + entry.name + "\" cannot be put back", errno, InstallError::recoveryFailed);
-        options.step("back " + entry.name);
+                "\"" + entry->name + "\" cannot be put back", errno, InstallError::recoveryFailed);
+        options.step("back " + entry->name);
     }
     if (!syncAll(folders))
         return systemFailure("the target cannot be put on disk", errno, InstallError::recoveryFailed);
