@@ -8,6 +8,7 @@ set(CMAKE_AUTOMOC ON)
 
 option(TANDEM_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
 option(TANDEM_WERROR "Treat warnings as errors" OFF)
+option(TANDEM_FUZZ "Have the fuzz targets; fuzz/run sets what else they need" OFF)
 
 add_compile_options(-Wall -Wextra -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wundef)
 if(TANDEM_WERROR)
