@@ -12,7 +12,6 @@
 #include <cstring>
 #include <ctime>
 #include <pwd.h>
-#include <ranges>
 #include <unistd.h>
 
 namespace {
@@ -159,9 +158,10 @@ std::vector<ProcessInfo> getProcessInfoByName(std::string_view name)
 {
     std::vector<ProcessInfo> infos;
     const std::string wanted(name);
-    for (const KernelProcess& process : readKernelProcesses() | std::views::reverse) {
-        if (nameHolds(process, wanted))
-            infos.push_back(getProcessInfoByPID(process.pid));
+    const std::vector<KernelProcess> processes = readKernelProcesses();
+    for (auto process = processes.rbegin(); process != processes.rend(); ++process) {
+        if (nameHolds(*process, wanted))
+            infos.push_back(getProcessInfoByPID(process->pid));
     }
     return infos;
 }
@@ -195,9 +195,8 @@ Boolean isProcessRunningByName(std::string_view name)
     const std::size_t length = std::min(name.size(), sizeof shortName - 1);
     std::memcpy(shortName, name.data(), length);
     shortName[length] = '\0';
-    for (const KernelProcess& process : readKernelProcesses() | std::views::reverse) {
-        if (nameForProcessWithPID(process.pid) == name || process.command == shortName)
-            return true;
-    }
-    return false;
+    const std::vector<KernelProcess> processes = readKernelProcesses();
+    return std::any_of(processes.rbegin(), processes.rend(), [&](const KernelProcess& process) {
+        return nameForProcessWithPID(process.pid) == name || process.command == shortName;
+    });
 }
