@@ -4,7 +4,6 @@ set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
-set(CMAKE_AUTOMOC ON)
 
 option(TANDEM_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
 option(TANDEM_WERROR "Treat warnings as errors" OFF)

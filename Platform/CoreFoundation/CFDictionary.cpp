@@ -74,12 +74,3 @@ CFTypeRef CFDictionaryGetValue(CFDictionaryRef dictionary, std::u16string_view k
     const auto entry = dictionary->m_entries.find(key);
     return entry == dictionary->m_entries.end() ? nullptr : entry->second.value.get();
 }
-
-bool CFDictionaryGetValueIfPresent(CFDictionaryRef dictionary, CFStringRef key, CFTypeRef* value)
-{
-    const CFTypeRef found = CFDictionaryGetValue(dictionary, key);
-    if (!found)
-        return false;
-    *value = found;
-    return true;
-}

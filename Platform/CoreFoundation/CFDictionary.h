@@ -16,5 +16,3 @@ CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary);
 CFTypeRef CFDictionaryGetValue(CFDictionaryRef dictionary, CFStringRef key);
 /// The same for a key given as text.
 CFTypeRef CFDictionaryGetValue(CFDictionaryRef dictionary, std::u16string_view key);
-/// Writes the value to `value` and returns true when the key is there; otherwise leaves `value` as it is.
-bool CFDictionaryGetValueIfPresent(CFDictionaryRef dictionary, CFStringRef key, CFTypeRef* value);

@@ -7,7 +7,6 @@
 #include "Platform/Support/Unicode.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 #include <optional>
 #include <string>
@@ -49,21 +48,6 @@ std::optional<std::u16string> decode(std::string_view bytes, CFStringEncoding en
     }
 }
 
-/// True when every surrogate of `text` is half of a pair.
-bool hasOnlyWholeCharacters(std::u16string_view text)
-{
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        const UniChar unit = text[at];
-        if (unit < 0xD800 || unit > 0xDFFF)
-            continue;
-        const bool isPair = unit <= 0xDBFF && at + 1 < text.size() && (text[at + 1] & 0xFC00) == 0xDC00;
-        if (!isPair)
-            return false;
-        ++at;
-    }
-    return true;
-}
-
 } // namespace
 
 CFTypeID CFStringGetTypeID()
@@ -100,22 +84,6 @@ void CFStringGetCharacters(CFStringRef string, CFRange range, UniChar* buffer)
 std::u16string_view CFStringGetView(CFStringRef string)
 {
     return string->m_text;
-}
-
-bool CFStringGetCString(CFStringRef string, char* buffer, CFIndex size, CFStringEncoding encoding)
-{
-    VELMORA_ASSERT(encoding == kCFStringEncodingUTF8);
-    if (!buffer || size <= 0)
-        return false;
-    buffer[0] = '\0';
-    // A zero unit would end the C string early: the rest of the text would be lost without a word.
-    if (!hasOnlyWholeCharacters(string->m_text) || string->m_text.find(u'\0') != std::u16string::npos)
-        return false;
-    const std::string utf8 = utf8FromWide(string->m_text);
-    if (utf8.size() >= static_cast<std::size_t>(size))
-        return false;
-    std::memcpy(buffer, utf8.c_str(), utf8.size() + 1);
-    return true;
 }
 
 CFComparisonResult CFStringCompare(CFStringRef a, CFStringRef b, CFStringCompareFlags flags)

@@ -32,10 +32,6 @@ CFIndex CFStringGetLength(CFStringRef string);
 void CFStringGetCharacters(CFStringRef string, CFRange range, UniChar* buffer);
 /// The whole text; valid as long as the string.
 std::u16string_view CFStringGetView(CFStringRef string);
-/// Writes the text and a zero byte to `buffer`. False, and an empty text in the buffer, when it does not fit
-/// in `size` bytes or holds what the encoding cannot express (a lone surrogate, a zero
-/// unit). Only UTF-8 is supported.
-bool CFStringGetCString(CFStringRef string, char* buffer, CFIndex size, CFStringEncoding encoding);
 /// The order of the two texts by code unit, after lower-casing with kCFCompareCaseInsensitive.
 CFComparisonResult CFStringCompare(CFStringRef a, CFStringRef b, CFStringCompareFlags flags);
 /// The integer that the text begins with, 0 when there is none (see leadingInteger).

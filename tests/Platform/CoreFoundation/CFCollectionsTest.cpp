@@ -118,18 +118,6 @@ TEST(CFDictionary, OfEqualKeysTheLaterValueStays)
     EXPECT_EQ(textOf(static_cast<CFStringRef>(CFDictionaryGetValue(dictionary, u"k"))), u"2");
 }
 
-TEST(CFDictionary, LeavesTheResultAloneWhenTheKeyIsMissing)
-{
-    const auto value = cf(u"v");
-    const auto dictionary = adoptCF(CFDictionaryCreateWithPairs({{cf(u"k"), value.get()}}));
-    const CFTypeRef before = &value;
-    CFTypeRef result = before;
-    EXPECT_FALSE(CFDictionaryGetValueIfPresent(dictionary, cf(u"missing"), &result));
-    EXPECT_EQ(result, before);
-    EXPECT_TRUE(CFDictionaryGetValueIfPresent(dictionary, cf(u"k"), &result));
-    EXPECT_EQ(result, value.get());
-}
-
 TEST(CFDictionary, EqualityIsOfContentsInAnyOrder)
 {
     const auto one = cf(u"1");

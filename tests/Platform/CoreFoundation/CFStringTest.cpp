@@ -64,8 +64,6 @@ TEST(CFString, RefusesBytesWithoutAMeaningInWindowsLatin1)
 TEST(CFStringDeathTest, RefusesOtherEncodings)
 {
     EXPECT_DEATH(CFStringCreateWithCString(nullptr, "a", 0x0600), "failed assertion");
-    char buffer[8];
-    EXPECT_DEATH(CFStringGetCString(cf(u"a"), buffer, 8, kCFStringEncodingMacRoman), "failed assertion");
 }
 
 TEST(CFString, GivesTheUnitsOfARange)
@@ -84,38 +82,6 @@ TEST(CFStringDeathTest, RangeMustLieWithin)
     for (const CFRange range :
         {CFRange {4, 3}, CFRange {7, 0}, CFRange {-1, 1}, CFRange {0, -1}, CFRange {1, 0x7FFFFFFF}})
         EXPECT_DEATH(CFStringGetCharacters(cf(u"abcdef"), range, buffer), "failed assertion");
-}
-
-TEST(CFString, WritesUtf8WhenItFits)
-{
-    char buffer[8] = "#######";
-    EXPECT_TRUE(CFStringGetCString(cf(u"a\u00E9\u20AC"), buffer, 7, kCFStringEncodingUTF8));
-    EXPECT_STREQ(buffer, "a\xC3\xA9\xE2\x82\xAC");
-    EXPECT_TRUE(CFStringGetCString(cf(u""), buffer, 1, kCFStringEncodingUTF8));
-    EXPECT_STREQ(buffer, "");
-}
-
-TEST(CFString, LeavesTheBufferEmptyWhenItDoesNotFit)
-{
-    char buffer[8] = "#######";
-    EXPECT_FALSE(CFStringGetCString(cf(u"a\u00E9\u20AC"), buffer, 6, kCFStringEncodingUTF8));
-    EXPECT_STREQ(buffer, "");
-    EXPECT_FALSE(CFStringGetCString(cf(u""), buffer, 0, kCFStringEncodingUTF8));
-    EXPECT_FALSE(CFStringGetCString(cf(u""), nullptr, 8, kCFStringEncodingUTF8));
-}
-
-TEST(CFString, WritesNothingThatUtf8CannotExpress)
-{
-    const std::vector<std::u16string> texts {
-        u"\xD800", u"a\xDC00", u"\xD83D\xD83D\xDE00", std::u16string(u"a\0b", 3)};
-    for (const std::u16string& text : texts) {
-        char buffer[32] = "#";
-        EXPECT_FALSE(CFStringGetCString(cf(text), buffer, 32, kCFStringEncodingUTF8));
-        EXPECT_STREQ(buffer, "");
-    }
-    char buffer[32];
-    EXPECT_TRUE(CFStringGetCString(cf(u"\xD83D\xDE00"), buffer, 32, kCFStringEncodingUTF8));
-    EXPECT_STREQ(buffer, "\xF0\x9F\x98\x80");
 }
 
 TEST(CFString, ComparesByUnit)

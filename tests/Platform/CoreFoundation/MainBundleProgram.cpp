@@ -1,16 +1,14 @@
 // Prints the identifier of its main bundle.
 #include "Platform/CoreFoundation/CFBundle.h"
+#include "Platform/Support/Unicode.h"
 
 #include <cstdio>
 
 int main()
 {
     const CFBundleRef bundle = CFBundleGetMainBundle();
-    char identifier[256] = "(none)";
-    if (bundle
-        && !CFStringGetCString(
-            CFBundleGetIdentifier(bundle), identifier, sizeof identifier, kCFStringEncodingUTF8))
-        return 1;
-    std::puts(identifier);
+    const std::string identifier
+        = bundle ? utf8FromWide(CFStringGetView(CFBundleGetIdentifier(bundle))) : "(none)";
+    std::puts(identifier.c_str());
     return 0;
 }
