@@ -1,10 +1,12 @@
 #include "Platform/Security/Authorization.h"
 
+#include "Platform/Security/OutputStream.h"
 #include "Platform/Security/PrivilegedStart.h"
 #include "Platform/Support/Assertion.h"
 #include "Platform/Support/ErrorNumbers.h"
 
 #include <cstdlib>
+#include <string_view>
 #include <unistd.h>
 
 struct AuthorizationOpaqueRef { };
@@ -13,6 +15,27 @@ namespace {
 
 // Absolute: nothing in the environment can put another program in its place.
 constexpr char kPkexecTool[] = "/usr/bin/pkexec";
+constexpr char kPkcheckTool[] = "/usr/bin/pkcheck";
+// Where the suite's installation places it; polkit's action names the same place.
+constexpr char kStarterTool[] = "/usr/libexec/velmora-tandem/SelfRepairStarter";
+
+PrivilegedRoute currentRoute(char* const* arguments)
+{
+    return privilegedRoute(geteuid(), std::getenv("VELMORA_AUTHORIZE"), kStarterTool, arguments);
+}
+
+OSStatus start(const PrivilegedRequest& request)
+{
+    switch (currentRoute(request.arguments)) {
+    case PrivilegedRoute::Direct:
+        return startDirectly(request);
+    case PrivilegedRoute::Starter:
+        return startThroughStarter(kPkexecTool, kStarterTool, request);
+    case PrivilegedRoute::Pkexec:
+        break;
+    }
+    return startThroughPkexec(kPkexecTool, request);
+}
 
 } // namespace
 
@@ -24,14 +47,31 @@ OSStatus AuthorizationCreate(const AuthorizationItemSet* rights, const Authoriza
     return noErr;
 }
 
+OSStatus AuthorizationCopyRights(AuthorizationRef authorization, const AuthorizationItemSet* rights,
+    const AuthorizationItemSet* environment, AuthorizationFlags flags,
+    AuthorizationItemSet** authorizedRights)
+{
+    constexpr AuthorizationFlags kSupported = kAuthorizationFlagInteractionAllowed
+        | kAuthorizationFlagExtendRights | kAuthorizationFlagPreAuthorize;
+    VELMORA_ASSERT(authorization && rights && rights->count == 1);
+    VELMORA_ASSERT(std::string_view(rights->items[0].name) == kAuthorizationRightExecute);
+    VELMORA_ASSERT(!environment && flags == kSupported && !authorizedRights);
+    const PrivilegedRoute route = currentRoute(nullptr);
+    return route == PrivilegedRoute::Direct ? OSStatus(noErr) : checkMayAsk(kPkcheckTool);
+}
+
 OSStatus AuthorizationExecuteWithPrivileges(AuthorizationRef authorization, const char* pathToTool,
-    AuthorizationFlags options, char* const* arguments, void* pipe)
+    AuthorizationFlags options, char* const* arguments, std::FILE** pipe)
 {
     VELMORA_ASSERT(authorization && pathToTool);
-    VELMORA_ASSERT(options == kAuthorizationFlagDefaults && !pipe);
-    const PrivilegedRoute route = privilegedRoute(geteuid(), std::getenv("VELMORA_AUTHORIZE"));
-    return route == PrivilegedRoute::Direct ? startDirectly(pathToTool, arguments)
-                                            : startThroughPkexec(kPkexecTool, pathToTool, arguments);
+    VELMORA_ASSERT(options == kAuthorizationFlagDefaults);
+    OutputStream output;
+    if (pipe && !output.open())
+        return errAuthorizationToolExecuteFailure;
+    const OSStatus status = start({pathToTool, arguments, pipe ? &output : nullptr});
+    if (pipe && status == noErr)
+        *pipe = output.release();
+    return status;
 }
 
 OSStatus AuthorizationFree(AuthorizationRef authorization, AuthorizationFlags flags)

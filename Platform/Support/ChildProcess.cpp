@@ -69,6 +69,8 @@ public:
         for (const int fd : {STDOUT_FILENO, STDERR_FILENO})
             if (fcntl(fd, F_GETFD) == -1)
                 openNull(fd, O_WRONLY);
+        if (request.outputFd >= 0)
+            note(posix_spawn_file_actions_adddup2(&m_actions, request.outputFd, STDOUT_FILENO));
         note(posix_spawn_file_actions_addclosefrom_np(&m_actions, kFirstInheritedDescriptor));
 
         sigset_t none;

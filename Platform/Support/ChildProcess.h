@@ -15,6 +15,7 @@ struct ChildRequest {
     std::vector<std::string_view> droppedVariables; ///< names left out of the inherited environment
     bool withoutOutput = false;   ///< its standard output is /dev/null; its standard error stays ours
     bool withoutTerminal = false; ///< in a session of its own, so that no controlling terminal can be asked
+    int outputFd = -1;            ///< a descriptor that its standard output is to be; below 0: none
 };
 
 /// One child. It has, where its request does not say otherwise, this process's working directory,

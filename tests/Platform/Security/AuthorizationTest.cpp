@@ -20,6 +20,7 @@ namespace fs = std::filesystem;
 namespace {
 
 char* const kNoArguments[] = {nullptr};
+constexpr char kNoStarter[] = "/nonexistent/starter";
 
 fs::path makeScript(const ScopedTempDir& folder, const std::string& name, const std::string& body)
 {
@@ -79,12 +80,12 @@ TEST(AuthorizationCreateDeathTest, RefusesARightsSetAndFlags)
 
 TEST(PrivilegedRoute, IsDirectForRootAndOnRequestOnly)
 {
-    EXPECT_EQ(privilegedRoute(0, nullptr), PrivilegedRoute::Direct);
-    EXPECT_EQ(privilegedRoute(1000, "user"), PrivilegedRoute::Direct);
-    EXPECT_EQ(privilegedRoute(1000, nullptr), PrivilegedRoute::Pkexec);
-    EXPECT_EQ(privilegedRoute(1000, ""), PrivilegedRoute::Pkexec);
-    EXPECT_EQ(privilegedRoute(1000, "User"), PrivilegedRoute::Pkexec);
-    EXPECT_EQ(privilegedRoute(1000, "/usr/bin/pkexec"), PrivilegedRoute::Pkexec);
+    EXPECT_EQ(privilegedRoute(0, nullptr, kNoStarter, kNoArguments), PrivilegedRoute::Direct);
+    EXPECT_EQ(privilegedRoute(1000, "user", kNoStarter, kNoArguments), PrivilegedRoute::Direct);
+    EXPECT_EQ(privilegedRoute(1000, nullptr, kNoStarter, kNoArguments), PrivilegedRoute::Pkexec);
+    EXPECT_EQ(privilegedRoute(1000, "", kNoStarter, kNoArguments), PrivilegedRoute::Pkexec);
+    EXPECT_EQ(privilegedRoute(1000, "User", kNoStarter, kNoArguments), PrivilegedRoute::Pkexec);
+    EXPECT_EQ(privilegedRoute(1000, "/usr/bin/pkexec", kNoStarter, kNoArguments), PrivilegedRoute::Pkexec);
 }
 
 TEST(AuthorizationExecuteWithPrivileges, RunsTheToolDirectlyWithItsArguments)
@@ -197,7 +198,7 @@ TEST(StartThroughPkexec, AsksWithoutAnAgentOfItsOwnAndHandsTheArgumentsOn)
     const fs::path pkexec = makePkexec(folder, "shift\nexec \"$@\"");
     char argument[] = "--self-repair";
     char* const arguments[] = {argument, nullptr};
-    EXPECT_EQ(startThroughPkexec(pkexec.c_str(), tool.c_str(), arguments), noErr);
+    EXPECT_EQ(startThroughPkexec(pkexec.c_str(), {tool.c_str(), arguments}), noErr);
     EXPECT_EQ(readWholeFile(folder.at("asked")),
         "--disable-internal-agent\n" + tool.string() + "\n--self-repair\n");
     EXPECT_TRUE(fs::exists(folder.at("ran")));
@@ -222,7 +223,7 @@ TEST(StartThroughPkexec, TellsDismissedRefusedAndRanApart)
         const ScopedTempDir folder;
         const fs::path tool = makeTool(folder);
         const fs::path pkexec = makePkexec(folder, each.body);
-        EXPECT_EQ(startThroughPkexec(pkexec.c_str(), tool.c_str(), kNoArguments), each.expected) << each.body;
+        EXPECT_EQ(startThroughPkexec(pkexec.c_str(), {tool.c_str()}), each.expected) << each.body;
     }
     expectNoZombie();
 }
@@ -232,8 +233,8 @@ TEST(StartThroughPkexec, DoesNotAskForAToolThatCannotBeExecuted)
     const ScopedTempDir folder;
     const fs::path pkexec = makePkexec(folder, "exit 127");
     const fs::path text = folder.write("text", "no program");
-    EXPECT_EQ(startThroughPkexec(pkexec.c_str(), text.c_str(), kNoArguments), -60031);
-    EXPECT_EQ(startThroughPkexec(pkexec.c_str(), folder.at("missing").c_str(), kNoArguments), -60031);
+    EXPECT_EQ(startThroughPkexec(pkexec.c_str(), {text.c_str()}), -60031);
+    EXPECT_EQ(startThroughPkexec(pkexec.c_str(), {folder.at("missing").c_str()}), -60031);
     EXPECT_FALSE(fs::exists(folder.at("asked")));
 }
 
@@ -241,6 +242,6 @@ TEST(StartThroughPkexec, SaysWhenPkexecIsMissing)
 {
     const ScopedTempDir folder;
     const fs::path tool = makeTool(folder);
-    EXPECT_EQ(startThroughPkexec(folder.at("no-pkexec").c_str(), tool.c_str(), kNoArguments), -60031);
+    EXPECT_EQ(startThroughPkexec(folder.at("no-pkexec").c_str(), {tool.c_str()}), -60031);
     EXPECT_FALSE(fs::exists(folder.at("ran")));
 }
