@@ -11,12 +11,6 @@
 
 namespace fs = std::filesystem;
 
-std::vector<CLumStringW>& fetchedDescriptorURLs()
-{
-    static std::vector<CLumStringW> urls;
-    return urls;
-}
-
 namespace {
 
 /// A product in apps/Top.bundle, and a bundle in the common folder that its descriptor can point at; both
