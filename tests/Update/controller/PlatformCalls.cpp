@@ -84,10 +84,10 @@ OSStatus AuthorizationCreate(const AuthorizationItemSet* rights, const Authoriza
 }
 
 OSStatus AuthorizationExecuteWithPrivileges(AuthorizationRef authorization, const char* pathToTool,
-    AuthorizationFlags options, char* const* arguments, void* pipe)
+    AuthorizationFlags options, char* const* arguments, std::FILE** pipe)
 {
     static auto* const own = platformsOwn(&AuthorizationExecuteWithPrivileges,
-        "_Z34AuthorizationExecuteWithPrivilegesP22AuthorizationOpaqueRefPKcjPKPcPv");
+        "_Z34AuthorizationExecuteWithPrivilegesP22AuthorizationOpaqueRefPKcjPKPcPP8_IO_FILE");
     PlatformCalls& calls = platformCalls();
     calls.order.emplace_back("tool");
     calls.toolStarted = pathToTool;
