@@ -10,9 +10,9 @@ new_service_pid=
 # publish_service_update STAGE
 publish_service_update()
 {
-    local stage=$1 new=$1/work/new/TandemService.app
-    mkdir -p "$stage/work/new"
-    cp -a "$support/TandemService.app" "$stage/work/new/"
+    local stage=$1 new=$1/made/new/TandemService.app
+    mkdir -p "$stage/made/new"
+    cp -a "$support/TandemService.app" "$stage/made/new/"
     plugin_before=$(installed_version "$new/Contents/PlugIns/Update.bundle")
     set_version "$new/Contents/PlugIns/Update.bundle" "$plugin_after"
     publish "$stage" "$new" "Velmora Tandem" "$service_version" "$service_after" updater flat ""

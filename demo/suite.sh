@@ -120,7 +120,7 @@ publish()
     local stage=$1 bundle=$2 name=$3 before=$4 after=$5 type=$6 form=$7 needs=$8
     local slug work archive
     slug=$(tr '[:upper:]' '[:lower:]' <<< "$name" | tr -cd '[:alnum:]')
-    work=$stage/work/$slug
+    work=$stage/made/$slug
     archive=$stage/www/downloads/newupdate/$slug-$after.zip
     mkdir -p "$work/payload" "$(dirname "$archive")"
     cp -a "$bundle" "$work/payload/"

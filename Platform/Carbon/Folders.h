@@ -19,7 +19,7 @@ enum : Boolean { kDontCreateFolder = 0, kCreateFolder = 1 };
 /// Finds a standard folder: of the user domain the caches folder, of the local domain the other two; another
 /// pair is paramErr. A missing folder is made, with its parents, when `createFolder` is set (mode 0700 in the
 /// user domain, 0755 in the local one, less the umask), otherwise it gives fnfErr. dirNFErr when it is no
-/// folder. A relative $XDG_CACHE_HOME is ignored, as its standard asks (XDG Base Directory Specification
+/// folder. A relative $XDG_CACHE_HOME is ignored, as its standard asks (freedesktop.org, base directories
 /// 0.8).
 OSStatus FSFindFolder(FSDomain domain, FSFolderType folderType, Boolean createFolder, FSRef* folder);
 

@@ -41,7 +41,7 @@ std::string entryName(CFStringRef identifier)
     return name.append(kSuffix);
 }
 
-/// The folders that hold "applications", the most important first (XDG Base Directory Specification 0.8).
+/// The folders that hold "applications", the most important first (freedesktop.org, base directories 0.8).
 std::vector<std::string> dataFolders()
 {
     // GLib keeps what it found at its first look; the variables may have been set since.

@@ -222,9 +222,9 @@ TEST(C2C_UnzipFile, LeavesNoZombie)
 
 TEST(ToolRequests, StartUnzipWithExactlyItsArguments)
 {
-    const ChildRequest request = unzipRequest("/work/a b.zip", "/target");
+    const ChildRequest request = unzipRequest("/files/a b.zip", "/target");
     EXPECT_EQ(request.program, "/usr/bin/unzip");
-    EXPECT_EQ(request.arguments, (std::vector<std::string> {"-o", "/work/a b.zip", "-d", "/target"}));
+    EXPECT_EQ(request.arguments, (std::vector<std::string> {"-o", "/files/a b.zip", "-d", "/target"}));
     EXPECT_EQ(request.droppedVariables, (std::vector<std::string_view> {"UNZIP", "UNZIPOPT", "ZIPINFO"}));
     EXPECT_TRUE(request.withoutTerminal);
     EXPECT_TRUE(request.withoutOutput);
@@ -240,9 +240,9 @@ TEST(ToolRequests, MarkPatternCharactersOfAnArchivesNameAlone)
 
 TEST(ToolRequests, StartTheInstallerWithExactlyItsArguments)
 {
-    const ChildRequest request = installerRequest("/work/a b.pkg", "/");
+    const ChildRequest request = installerRequest("/files/a b.pkg", "/");
     EXPECT_EQ(request.program, "/usr/sbin/installer");
-    EXPECT_EQ(request.arguments, (std::vector<std::string> {"-pkg", "/work/a b.pkg", "-target", "/"}));
+    EXPECT_EQ(request.arguments, (std::vector<std::string> {"-pkg", "/files/a b.pkg", "-target", "/"}));
     EXPECT_TRUE(request.droppedVariables.empty());
     EXPECT_FALSE(request.withoutOutput);
     EXPECT_EQ(installerRequest("-x.pkg", "-y").arguments,
