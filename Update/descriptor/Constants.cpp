@@ -55,14 +55,23 @@ CLumStringW CConstants::mappedText(std::u16string_view text) const
     return CLumStringW(mapped.view());
 }
 
+bool CConstants::mapPath(std::u16string_view path, CLumStringW& mapped) const
+{
+    if (staysAsItIs(path)) {
+        mapped = CLumStringW(path);
+        return true;
+    }
+    WideText text;
+    const bool fits = text.assign(path) && substituteAll(text);
+    mapped = fits ? CLumStringW(text.view()) : CLumStringW();
+    return fits;
+}
+
 CLumStringW CConstants::mappedPath(std::u16string_view path) const
 {
-    if (staysAsItIs(path))
-        return CLumStringW(path);
-    WideText mapped;
-    if (!mapped.assign(path) || !substituteAll(mapped))
-        return {};
-    return CLumStringW(mapped.view());
+    CLumStringW mapped;
+    (void)mapPath(path, mapped); // it is empty then
+    return mapped;
 }
 
 /// Counts the search for so many constants in a text of so many units; false once the limit is passed.

@@ -34,8 +34,10 @@ public:
 
     /// The same for a text of any length that stays in memory; as it is, once the table has stopped.
     CLumStringW mappedText(std::u16string_view text) const;
-    /// The same for a path: empty, a path that names nothing, when anything had to be cut on the way or the
-    /// table has stopped.
+    /// The same for a path: false, and an empty path, when anything had to be cut on the way or the table has
+    /// stopped.
+    bool mapPath(std::u16string_view path, CLumStringW& mapped) const;
+    /// The same where a path that does not fit is one that names nothing: it is empty.
     CLumStringW mappedPath(std::u16string_view path) const;
 
     /// In the order of substitution.

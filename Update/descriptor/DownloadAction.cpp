@@ -15,9 +15,10 @@ int CDownLoad::Parse(CFTreeRef tree, const CConstants* constants)
         const std::optional<KeyElement> element = keyElement(child);
         if (!element)
             continue;
-        if (equalIgnoringCase(element->key, u"destination"))
-            m_destination = constants->mappedPath(element->value);
-        else if (equalIgnoringCase(element->key, u"location"))
+        if (equalIgnoringCase(element->key, u"destination")
+            && !constants->mapPath(element->value, m_destination))
+            return 0;
+        if (equalIgnoringCase(element->key, u"location"))
             m_location = constants->mappedText(element->value); // a part of a URL, not a local path
     }
     return 1;

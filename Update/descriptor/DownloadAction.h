@@ -7,7 +7,8 @@ class CDownLoad : public CAction {
 public:
     /// `size` is the owning file's size in bytes.
     explicit CDownLoad(SInt32 size);
-    /// Reads "destination", the local path to save to, and "location", the path on the site. Always 1.
+    /// Reads "destination", the local path to save to, and "location", the path on the site. 0 when the local
+    /// path does not fit.
     int Parse(CFTreeRef tree, const CConstants* constants) override;
     /// Replaces the download site; null clears it.
     void SetSiteUrl(const UniChar* site);

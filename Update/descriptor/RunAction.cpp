@@ -60,8 +60,9 @@ int CRun::Parse(CFTreeRef tree, const CConstants* constants)
             continue;
         if (equalIgnoringCase(element->key, u"filetype") && equalIgnoringCase(element->value, u"setup"))
             m_fileType = 0;
-        else if (equalIgnoringCase(element->key, u"location"))
-            m_location = constants->mappedPath(element->value);
+        else if (equalIgnoringCase(element->key, u"location")
+            && !constants->mapPath(element->value, m_location))
+            return 0;
         else if (equalIgnoringCase(element->key, u"wait") && equalIgnoringCase(element->value, u"false"))
             m_wait = 0;
     }

@@ -8,7 +8,7 @@ struct FSRef;
 class CRun : public CAction {
 public:
     CRun();
-    /// Reads "filetype", "location", the path of the file to start, and "wait". Always 1.
+    /// Reads "filetype", "location", the path of the file to start, and "wait". 0 when the path does not fit.
     int Parse(CFTreeRef tree, const CConstants* constants) override;
     /// Replaces the destination, the run action's default folder; null clears it.
     void SetDPath(const UniChar* path);

@@ -26,10 +26,11 @@ int CUnzip::Parse(CFTreeRef tree, const CConstants* constants)
         const std::optional<KeyElement> element = keyElement(child);
         if (!element)
             continue;
-        if (equalIgnoringCase(element->key, u"destination"))
-            m_destination = constants->mappedPath(element->value);
-        else if (equalIgnoringCase(element->key, u"location"))
-            m_location = constants->mappedPath(element->value);
+        if (equalIgnoringCase(element->key, u"destination")
+            && !constants->mapPath(element->value, m_destination))
+            return 0;
+        if (equalIgnoringCase(element->key, u"location") && !constants->mapPath(element->value, m_location))
+            return 0;
     }
     return 1;
 }

@@ -9,7 +9,7 @@
 class CUnzip : public CAction {
 public:
     CUnzip();
-    /// Reads "destination" and "location", the archive's path. Always 1.
+    /// Reads "destination" and "location", the archive's path. 0 when either does not fit.
     int Parse(CFTreeRef tree, const CConstants* constants) override;
     /// Adds a copy of `ref` to the archives of a batch; null is ignored.
     void AddFSRef(const FSRef* ref);

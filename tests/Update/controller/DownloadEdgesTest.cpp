@@ -140,12 +140,19 @@ TEST_F(DownloadEdges, AFileThatFindsNoRoomEndsTheDownloadsAndIsNotLeftCut)
     EXPECT_EQ(host().endings.size(), 1u);
 }
 
-TEST_F(DownloadEdges, ADestinationThatIsTooLongIsNotCut)
+TEST_F(DownloadEdges, AFileWithAPathThatIsTooLongIsNotOffered)
 {
-    offerSmall({PublishedFile {.destination = "%updatertemp%/" + std::string(1100, 'x'), .unzip = true}});
-    updateAll();
-    EXPECT_EQ(alerts(), "It failed\n");
-    EXPECT_EQ(host().endings.size(), 1u);
+    const std::string tooLong = "%updatertemp%/" + std::string(1100, 'x');
+    publishHostUpToDate();
+    for (const std::string name : {"Velmora Sketch", "Velmora Table", "Velmora Chronik"})
+        (void)install(name, "1.0.0.0"); // its folder is of no interest here
+    publish("Velmora Sketch", "1.0.0.0", descriptorText("app", {PublishedFile {.destination = tooLong}}));
+    publish("Velmora Table", "1.0.0.0",
+        descriptorText("app", {PublishedFile {.name = "Velmora Table", .run = tooLong}}));
+    publish("Velmora Chronik", "1.0.0.0", descriptorText("app", {PublishedFile {.name = "Velmora Chronik"}}));
+    ASSERT_EQ(check(), 0);
+    ASSERT_EQ(host().messages.size(), 1u);
+    EXPECT_EQ(host().messages[0].text, u"One: Velmora Chronik");
 }
 
 TEST_F(DownloadEdges, AnArchivesPathThatIsTooLongInBytesFailsTheStep)

@@ -17,6 +17,13 @@ void parse(CAction& action, std::string_view content, const CConstants& constant
     EXPECT_EQ(action.Parse(tree.root(), &constants), 1);
 }
 
+void expectRefused(CAction&& action, std::string_view content)
+{
+    const ParsedTree tree("<action>" + std::string(content) + "</action>");
+    const CConstants constants;
+    EXPECT_EQ(action.Parse(tree.root(), &constants), 0) << content.substr(0, 20);
+}
+
 const std::string kOverlongPath = "/" + std::string(1'000'000, 'x');
 
 } // namespace
@@ -63,12 +70,11 @@ TEST(CDownLoad, IgnoresChildrenWithAttributesOrWithoutExactlyOneNode)
     EXPECT_EQ(download.destination(), u""sv);
 }
 
-TEST(CDownLoad, KeepsNoDestinationThatDoesNotFitAndCutsALocation)
+TEST(CDownLoad, RefusesADestinationThatDoesNotFitAndCutsALocation)
 {
+    expectRefused(CDownLoad(0), "<destination>" + kOverlongPath + "</destination>");
     CDownLoad download(0);
-    parse(download,
-        "<destination>" + kOverlongPath + "</destination><location>" + kOverlongPath + "</location>");
-    EXPECT_EQ(download.destination(), u""sv);
+    parse(download, "<location>" + kOverlongPath + "</location>");
     EXPECT_EQ(download.location().view(), u"/" + std::u16string(1022, u'x'));
 }
 
@@ -110,13 +116,10 @@ TEST(CUnzip, IgnoresALocationWithAnAttribute)
     EXPECT_EQ(unzip.location(), u""sv);
 }
 
-TEST(CUnzip, KeepsNoPathThatDoesNotFit)
+TEST(CUnzip, RefusesAPathThatDoesNotFit)
 {
-    CUnzip unzip;
-    parse(
-        unzip, "<destination>" + kOverlongPath + "</destination><location>" + kOverlongPath + "</location>");
-    EXPECT_EQ(unzip.destination(), u""sv);
-    EXPECT_EQ(unzip.location(), u""sv);
+    expectRefused(CUnzip(), "<destination>" + kOverlongPath + "</destination>");
+    expectRefused(CUnzip(), "<location>" + kOverlongPath + "</location>");
 }
 
 TEST(CUnzip, CollectsArchivesInOrderAndIgnoresNull)
@@ -182,11 +185,9 @@ TEST(CRun, ReadsNoDestination)
     EXPECT_EQ(run.location(), u""sv);
 }
 
-TEST(CRun, KeepsNoLocationThatDoesNotFit)
+TEST(CRun, RefusesALocationThatDoesNotFit)
 {
-    CRun run;
-    parse(run, "<location>" + kOverlongPath + "</location>");
-    EXPECT_EQ(run.location(), u""sv);
+    expectRefused(CRun(), "<location>" + kOverlongPath + "</location>");
 }
 
 TEST(CRun, ReplacesAndClearsItsDefaultFolder)
