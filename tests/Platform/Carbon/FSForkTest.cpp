@@ -131,7 +131,7 @@ TEST(FSVolume, KnowsTheNetworkFileSystems)
 {
     for (const UInt32 type : {UInt32(NFS_SUPER_MAGIC), UInt32(SMB_SUPER_MAGIC), UInt32(CIFS_SUPER_MAGIC),
              UInt32(SMB2_SUPER_MAGIC), UInt32(CODA_SUPER_MAGIC), UInt32(AFS_SUPER_MAGIC),
-             UInt32(AFS_FS_MAGIC), UInt32(V9FS_MAGIC), UInt32(CEPH_SUPER_MAGIC)})
+             UInt32(AFS_FS_MAGIC), UInt32(NCP_SUPER_MAGIC), UInt32(V9FS_MAGIC), UInt32(CEPH_SUPER_MAGIC)})
         EXPECT_FALSE(isLocalVolumeType(type)) << std::hex << type;
     for (const UInt32 type : {UInt32(EXT4_SUPER_MAGIC), UInt32(TMPFS_MAGIC), UInt32(BTRFS_SUPER_MAGIC),
              UInt32(XFS_SUPER_MAGIC), UInt32(MSDOS_SUPER_MAGIC), UInt32(FUSE_SUPER_MAGIC), 0u})
