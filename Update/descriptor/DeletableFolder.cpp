@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <fcntl.h>
@@ -44,9 +45,11 @@ bool isOnWrittenPath(const struct stat& folder, const std::string& path)
 bool isAtOrAbove(const struct stat& folder, const std::string& path)
 {
     Descriptor level(::open(path.c_str(), kFolderFlags));
+    if (!level)
+        return errno != ENOENT && errno != ENOTDIR; // what is not there cannot be lost
     struct stat status;
-    if (!level || ::fstat(level.get(), &status) != 0)
-        return false; // there is no such folder that could be lost
+    if (::fstat(level.get(), &status) != 0)
+        return true;
     for (int i = 0; i < kMaxLevels; ++i) {
         if (isSame(status, folder))
             return true;

@@ -1,6 +1,7 @@
 // Which folders an update may delete, and that nothing else goes.
 #include "Update/descriptor/DeletableFolder.h"
 
+#include "tests/support/ChildProcess.h"
 #include "tests/support/FakeHome.h"
 #include "tests/support/FileTrees.h"
 #include "tests/support/ProductBundles.h"
@@ -8,9 +9,11 @@
 #include <algorithm>
 #include <atomic>
 #include <fcntl.h>
+#include <pwd.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <thread>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -112,6 +115,29 @@ TEST_F(DeletableFolder, IsTheOneThatWasMeant)
     EXPECT_FALSE(isDeletableFolder(file, {}));
 }
 
+TEST_F(DeletableFolder, IsNoneWhenTheWayToAKeptFolderIsClosed)
+{
+    if (!child::canChangeUser())
+        GTEST_SKIP() << "needs root to become a user whom a folder is closed to";
+    (void)m_folder.makeFolder("closed");
+    fs::create_directory_symlink(at("a/b/c"), at("closed/link"));
+    fs::permissions(m_folder.path(), fs::perms(0755));
+    const FSRef folder = refTo(at("a/b"));
+    const auto isDeletable = [&folder](const fs::path& kept) {
+        const int status = child::runAsNobody([&] {
+            FSRef ref = folder;
+            return isDeletableFolder(ref, {kept.string()}) ? 1 : 0;
+        });
+        EXPECT_TRUE(status == 0 || status == 1) << status;
+        return status == 1;
+    };
+    fs::permissions(at("closed"), fs::perms(0700));
+    EXPECT_FALSE(isDeletable(at("closed/link"))); // it may lead into the folder, as it does
+    EXPECT_TRUE(isDeletable(at("missing")));
+    EXPECT_TRUE(isDeletable(at("missing/folder")));
+    EXPECT_TRUE(isDeletable(m_folder.write("file", "x") / "folder")); // a file holds no folder
+}
+
 TEST_F(DeletableFolder, IsGivenItsRealPath)
 {
     fs::create_directory_symlink(at("a"), at("link"));
@@ -142,6 +168,8 @@ TEST_F(DeletableFolder, NeitherIsNorHoldsAFolderMountedFromTheSameFileSystem)
 TEST(KeptFolders, AreTheHomeTheCachesTheHostAndAllProducts)
 {
     const FakeHome home;
+    const struct passwd* const user = getpwuid(getuid());
+    ASSERT_NE(user, nullptr);
     collectedProductBundles() = {"/apps/One.app", "/apps/Two.app"};
     (void)home.folder().makeFolder("cache");
     const std::vector<std::string> kept = keptFolders();
@@ -150,6 +178,7 @@ TEST(KeptFolders, AreTheHomeTheCachesTheHostAndAllProducts)
         return std::find(kept.begin(), kept.end(), path) != kept.end();
     };
     EXPECT_TRUE(holds(home.home()));
+    EXPECT_TRUE(holds(user->pw_dir)); // whatever the environment says
     EXPECT_TRUE(holds(home.cache()));
     EXPECT_TRUE(holds("/apps/One.app"));
     EXPECT_TRUE(holds("/apps/Two.app"));
