@@ -79,6 +79,23 @@ TEST(HandOver, WaitsForAProgram)
     expectWaitFor(stage, program);
 }
 
+TEST(HandOver, WaitsForAProgramToAppear)
+{
+    const HandOverStage stage;
+    fs::copy_file("/bin/cat", stage.runFile());
+    stage.writeOwned(stage.marker(), stage.markerBytes());
+    const fs::path patient = stage.folder().at("PatientTool");
+    fs::create_symlink(stage.tool().path(), patient);
+    std::future<ToolRun> run = std::async(
+        std::launch::async, [&] { return stage.tool().runAs(patient.string(), {}, stage.user()); });
+    EXPECT_EQ(stage.reports(kNothingComesMs), "");
+    RunningProgram program({stage.runFile()}, stage.user());
+    EXPECT_EQ(stage.reports(kNothingComesMs), "");
+    program.end();
+    EXPECT_THAT(stage.reports(), HasSubstr("host "));
+    EXPECT_EQ(run.get().status, 0);
+}
+
 TEST(HandOver, WaitsForAProgramWhoseFileWasRemoved)
 {
     const HandOverStage stage;

@@ -77,6 +77,10 @@ class InstallSuite(unittest.TestCase):
         with open(os.path.join(self.root, STARTER), "rb") as file:
             self.assertIn(f"/{APP}/PlugIns/Update.bundle/Contents/Linux/WatchSelfUpdate\0".encode(), file.read())
 
+    def test_platform_asks_for_the_starter_where_it_is_installed(self):
+        with open(os.path.join(self.root, APP, "Linux", "libTandemPlatform.so"), "rb") as file:
+            self.assertTrue(f"/{STARTER}\0".encode() in file.read())  # a failure need not print a library
+
 
 class PolicyFile(unittest.TestCase):
     """What polkit ignores without a word when it is wrong."""
