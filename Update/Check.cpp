@@ -111,16 +111,15 @@ bool CUpdateInter::checkProduct(CPListParse& product, std::vector<CPListParse*>&
 std::unique_ptr<CXMLInterpret> CUpdateInter::CreateNeedUpdateXMLParse(
     CPListParse& product, SInt32& result) const
 {
-    OpacLumFSRef* const file = CreateXMLFileRef(product.xmlFileName().c_str());
+    const LumFSRefOwner file(CreateXMLFileRef(product.xmlFileName().c_str()));
     if (!file)
         return nullptr;
     const WideText base = product.downloadBase();
     const WideText bundle = bundlePath(product);
     result = 0;
-    auto interpreter = std::make_unique<CXMLInterpret>(file);
+    auto interpreter = std::make_unique<CXMLInterpret>(file.get());
     const bool hasUpdates = interpreter->ParseFile(
         product.productName().c_str(), product.version().c_str(), bundle.c_str(), base.c_str());
-    Lum0FSRRelease(file);
     result = hasUpdates ? 1 : interpreter->status();
     return hasUpdates ? std::move(interpreter) : nullptr;
 }

@@ -15,9 +15,8 @@ namespace {
 
 /// A larger file goes straight to its destination, a smaller one through memory.
 constexpr SInt32 kLargeFileBytes = 10485760;
-constexpr EventTimerInterval kInstallTickSeconds = 0.02;
 
-enum DownloadEvent : int { kFileComplete = 0, kChunkArrived = 2, kCancelled = 3 };
+enum DownloadEvent : int { kFileComplete = 0, kChunkArrived = 2 };
 
 const CDownLoad* downloadActionOf(const CFileSec& file)
 {
@@ -27,18 +26,14 @@ const CDownLoad* downloadActionOf(const CFileSec& file)
 /// Writes all of `size` bytes to a new file; a file that could not be filled is removed again.
 bool writeFile(const UniChar* path, const unsigned char* bytes, SInt32 size)
 {
-    OpacLumFSRef* const ref = Lum0FSRCreateWithPath(path);
-    if (!ref)
+    const LumFSRefOwner ref(Lum0FSRCreateWithPath(path));
+    const SInt16 file = ref ? LumFileCreateExt(ref.get(), kLumFileCreateWrite) : -1;
+    if (file == -1)
         return false;
-    const SInt16 file = LumFileCreateExt(ref, kLumFileCreateWrite);
-    bool written = false;
-    if (file != -1) {
-        written = LumFileWriteExt(file, bytes, size, 0) == size;
-        written = LumFileCloseExt(file) == 0 && written;
-        if (!written)
-            (void)LumFileDeleteExt(ref); // the step that needs the file will report that it is missing
-    }
-    Lum0FSRRelease(ref);
+    bool written = LumFileWriteExt(file, bytes, size, 0) == size;
+    written = LumFileCloseExt(file) == 0 && written;
+    if (!written)
+        (void)LumFileDeleteExt(ref.get()); // the step that needs the file will report that it is missing
     return written;
 }
 
@@ -83,11 +78,11 @@ int CUpdateInter::MyDownloadCallBack(int event, int value, void* userData)
 
 int CUpdateInter::downloadEvent(int event, int value)
 {
-    if (m_progressWindow.isCancelled() && event != kCancelled) {
+    if (m_progressWindow.isCancelled() && event != kUserCancelled) {
         // A chunk's 0 makes the downloader end with "cancelled". Any other event is the end already: nothing
         // would follow it.
         if (event != kChunkArrived)
-            OperateHasError(kCancelled);
+            OperateHasError(kUserCancelled);
         return 0;
     }
     if (event == kChunkArrived) {

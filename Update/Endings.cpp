@@ -6,7 +6,6 @@
 
 namespace {
 
-constexpr SInt32 kUserCancelled = 3;
 constexpr char kQuitText[] = "QUIT";
 
 } // namespace

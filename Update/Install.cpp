@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr EventTimerInterval kInstallTickSeconds = 0.02;
-constexpr SInt32 kUserCancelled = 3;
 constexpr SInt32 kStepFailed = -1;
 
 } // namespace

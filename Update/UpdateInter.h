@@ -29,6 +29,11 @@ enum ResourceText : SInt32 {
     kInstallFailureText = 625,
 };
 
+/// From one install step to the next.
+inline constexpr EventTimerInterval kInstallTickSeconds = 0.02;
+/// How a run ends that the user cancelled; also the downloader's termination code for it.
+inline constexpr SInt32 kUserCancelled = 3;
+
 /// The block of opaque bytes that a check attaches to each product it keeps: 2048 zero bytes, then the
 /// product's interpreter.
 struct ProductUserData {

@@ -11,7 +11,7 @@ namespace {
 constexpr SInt32 kUPKG = 0x55504B47;
 constexpr SInt32 kUQRL = 0x5551524C;
 constexpr SInt32 kUEnd = 0x55456E64;
-constexpr double kInstallTickSeconds = 0.02;
+constexpr double kExpectedTickSeconds = 0.02;
 constexpr double kDownloadTimeoutSeconds = 20.0;
 
 class AskedOfThePlatform : public SuiteFixture {
@@ -55,9 +55,9 @@ TEST_F(AskedOfThePlatform, AnInstallStepComesEveryFiftiethOfASecond)
     offerAndOpen({PublishedFile {.location = "a.zip"}, PublishedFile {.location = "b.zip"},
         PublishedFile {.location = "c.zip"}});
     confirmAndWait();
-    EXPECT_EQ(countOf(platformCalls().timersInstalled, kInstallTickSeconds), 1) << "one timer for all steps";
+    EXPECT_EQ(countOf(platformCalls().timersInstalled, kExpectedTickSeconds), 1) << "one timer for all steps";
     // Three chosen files and three listed ones are six steps, each of which arms the timer again.
-    EXPECT_EQ(countOf(platformCalls().timersSet, kInstallTickSeconds), 6);
+    EXPECT_EQ(countOf(platformCalls().timersSet, kExpectedTickSeconds), 6);
 }
 
 TEST_F(AskedOfThePlatform, AFailedStepDoesNotArmTheTimerAgain)
@@ -65,7 +65,7 @@ TEST_F(AskedOfThePlatform, AFailedStepDoesNotArmTheTimerAgain)
     offerAndOpen({PublishedFile {.unzip = true}});
     publishFile("sketch.zip", "this is no archive");
     confirmAndWait();
-    EXPECT_EQ(countOf(platformCalls().timersSet, kInstallTickSeconds), 0);
+    EXPECT_EQ(countOf(platformCalls().timersSet, kExpectedTickSeconds), 0);
 }
 
 TEST_F(AskedOfThePlatform, EachRequestHasItsOwnTimeOuts)
