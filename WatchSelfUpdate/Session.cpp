@@ -11,8 +11,9 @@ constexpr mode_t kPrivateUmask = 077;
 constexpr char kSearchPath[] = "PATH=/usr/local/bin:/usr/bin:/bin";
 
 constexpr std::string_view kKeptNames[] = {"DISPLAY", "WAYLAND_DISPLAY", "XAUTHORITY",
-    "DBUS_SESSION_BUS_ADDRESS", "HOME", "USER", "LOGNAME", "LANG", "LANGUAGE", "TZ", "http_proxy",
-    "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY", "no_proxy", "NO_PROXY"};
+    "DBUS_SESSION_BUS_ADDRESS", "HOME", "USER", "LOGNAME", "LANG", "LANGUAGE", "TZ", "QT_QPA_PLATFORM",
+    "QT_QPA_PLATFORMTHEME", "QT_SCALE_FACTOR", "QT_STYLE_OVERRIDE", "http_proxy", "https_proxy",
+    "HTTPS_PROXY", "all_proxy", "ALL_PROXY", "no_proxy", "NO_PROXY"};
 constexpr std::string_view kKeptBeginnings[] = {"XDG_", "LC_"};
 constexpr std::string_view kRelocatingNames[] = {"VELMORA_ROOT", "VELMORA_AUTHORIZE"};
 

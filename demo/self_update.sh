@@ -1,5 +1,5 @@
-# The demo of the service's own update: a package that replaces TandemService.app, its plug-in included, and the
-# service that was started again from it.
+# The demo of the service's own update: a package that replaces TandemService.app, its plug-in included, and the service
+# that was started again from it.
 
 service_after=2.1.0.0
 plugin_after=2.1.0.0
@@ -43,12 +43,12 @@ runs_new_plugin()
     grep -F " $module" "$1/maps" 2>/dev/null | grep -qv '(deleted)$'
 }
 
-# wait_for_check: until the new service has asked for the descriptor of its own, new version.
+# wait_for_check STAGE VERSION: until the new service has asked for the descriptor of its own, new version.
 wait_for_check()
 {
     local attempt
     for attempt in $(seq "$new_service_limit"); do
-        ! grep -q "Update_Velmora%20Tandem_${service_after}_eng_Mac.xml HTTP" "$1/nginx/access.log" || return 0
+        ! grep -q "Update_Velmora%20Tandem_$2_eng_Mac.xml HTTP" "$1/nginx/access.log" || return 0
         sleep 0.1
     done
     return 1
@@ -79,7 +79,7 @@ report_self_update()
         echo "Tandem Service was not started again; see $stage/service.log" >&2
         return 1
     fi
-    if ! wait_for_check "$stage"; then
+    if ! wait_for_check "$stage" "$service_after"; then
         echo "The new Tandem Service did not check for updates; see $stage/service.log" >&2
         return 1
     fi

@@ -89,11 +89,13 @@ TEST(NoteSession, KeepsWhatADesktopProgramNeeds)
 {
     const char* const environment[] = {"DISPLAY=:0", "WAYLAND_DISPLAY=w", "XAUTHORITY=x", "XDG_ANYTHING=1",
         "DBUS_SESSION_BUS_ADDRESS=unix:path=/bus", "HOME=/home/me", "LANG=de_DE.UTF-8", "LC_ALL=C",
+        "QT_QPA_PLATFORM=xcb", "QT_QPA_PLATFORMTHEME=gtk3", "QT_SCALE_FACTOR=2", "QT_STYLE_OVERRIDE=fusion",
         "http_proxy=p", "PATH=/evil", "LD_PRELOAD=/evil.so", "QT_PLUGIN_PATH=/evil", "DISPLAY_OTHER=1",
         "VELMORA_ROOT=/r", "VELMORA_AUTHORIZE=user", "UNZIP=-o", "no equals sign", "=", nullptr};
     const std::vector<std::string> always = {"PATH=/usr/local/bin:/usr/bin:/bin", "DISPLAY=:0",
         "WAYLAND_DISPLAY=w", "XAUTHORITY=x", "XDG_ANYTHING=1", "DBUS_SESSION_BUS_ADDRESS=unix:path=/bus",
-        "HOME=/home/me", "LANG=de_DE.UTF-8", "LC_ALL=C", "http_proxy=p"};
+        "HOME=/home/me", "LANG=de_DE.UTF-8", "LC_ALL=C", "QT_QPA_PLATFORM=xcb", "QT_QPA_PLATFORMTHEME=gtk3",
+        "QT_SCALE_FACTOR=2", "QT_STYLE_OVERRIDE=fusion", "http_proxy=p"};
     std::vector<std::string> relocated = always;
     relocated.insert(relocated.end(), {"VELMORA_ROOT=/r", "VELMORA_AUTHORIZE=user"});
     const mode_t former = umask(022);

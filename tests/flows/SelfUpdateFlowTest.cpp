@@ -12,7 +12,6 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
 #include <functional>
 
 #include <gtest/gtest.h>
@@ -64,24 +63,11 @@ protected:
         m_plugin = adoptCF(
             CFBundleCreate(kCFAllocatorDefault, folderURL(m_suite.app() / "Contents/PlugIns/Update.bundle")));
         m_suite.publishServiceUpToDate();
-        startOffscreen();
     }
     ~SelfUpdateFlow() override { CFBundleSetMainBundle(nullptr); }
 
-    /// What the service's process runs, whoever starts the service.
-    fs::path program() const { return m_suite.app() / "Contents/Linux/Service"; }
+    fs::path program() const { return m_suite.app() / "Contents/Linux/TandemService"; }
     fs::path ended() const { return m_suite.home().path() / "work/ended"; }
-
-    /// Has the bundle's program show its windows to nobody: the tool hands no such choice on to the host.
-    void startOffscreen() const
-    {
-        const fs::path starter = m_suite.app() / "Contents/Linux/TandemService";
-        fs::rename(starter, program());
-        const char* const leaks = std::getenv("LSAN_OPTIONS");
-        std::ofstream(starter) << "#!/bin/sh\nexport QT_QPA_PLATFORM=offscreen LSAN_OPTIONS='"
-                               << (leaks ? leaks : "") << "'\nexec '" << program().string() << "' \"$@\"\n";
-        fs::permissions(starter, fs::perms::owner_all);
-    }
 
     /// An interpreter of an updater's descriptor that runs a delivered script and closes the application.
     std::unique_ptr<CXMLInterpret> interpretUpdate() const
