@@ -70,11 +70,19 @@ std::u16string lowerCase(std::string_view text)
     return wide;
 }
 
+/// Whether `text` holds `part`, ignoring case: only that of ASCII letters where one of them is no UTF-8.
+bool holdsIgnoringCase(const std::string& text, const std::string& part)
+{
+    if (!isValidUtf8(text) || !isValidUtf8(part))
+        return ::strcasestr(text.c_str(), part.c_str()) != nullptr;
+    return lowerCase(text).find(lowerCase(part)) != std::u16string::npos;
+}
+
 /// Whether a process's name, or its short one when that is not known, holds `name`, ignoring case.
 bool nameHolds(const KernelProcess& process, const std::string& name)
 {
     if (const std::optional<std::string> fullName = nameForProcessWithPID(process.pid))
-        return lowerCase(*fullName).find(lowerCase(name)) != std::u16string::npos;
+        return holdsIgnoringCase(*fullName, name);
     return ::strcasestr(process.command.c_str(), name.c_str()) != nullptr;
 }
 

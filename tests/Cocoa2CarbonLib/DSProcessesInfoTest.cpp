@@ -281,6 +281,14 @@ TEST_F(DSProcessesInfo, NamesAreComparedIgnoringCaseBeyondAscii)
     EXPECT_EQ(indexOf(getProcessInfoByName("tandem \u00E4RGER"), running.pid()), 0);
 }
 
+TEST_F(DSProcessesInfo, NamesThatAreNoTextAreComparedByteByByte)
+{
+    const RunningProgram running(program("Tandem \xFE name"));
+    EXPECT_EQ(indexOf(getProcessInfoByName("tandem \xFE NAME"), running.pid()), 0);
+    EXPECT_TRUE(getProcessInfoByName("Tandem \xFF name").empty());
+    EXPECT_TRUE(getProcessInfoByName("Tandem \uFFFD name").empty());
+}
+
 TEST_F(DSProcessesInfo, ShortNameCountsAsWell)
 {
     // A script's executable is its interpreter; only the short name is the script's.

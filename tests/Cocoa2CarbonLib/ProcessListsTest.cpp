@@ -73,6 +73,8 @@ TEST_F(ProcessLists, ByNameHoldTheOldestTooAndItFirst)
         // The name of the test program, which is the first process, holds it as well.
         EXPECT_EQ(
             idsOf(getProcessInfoByName("PROCESS")), (std::vector<SInt32> {1, older.pid(), newer.pid()}));
+        // Every name holds nothing.
+        EXPECT_EQ(idsOf(getProcessInfoByName("")), (std::vector<SInt32> {1, older.pid(), newer.pid()}));
         return HasFailure() ? 1 : 0;
     });
     if (status == kNoNamespace)
