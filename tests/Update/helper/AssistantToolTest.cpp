@@ -91,3 +91,22 @@ TEST(CopyAssistantTool2Folder, FailsWhenTheRepairFails)
     unsigned char path[1024] = {};
     EXPECT_FALSE(CopyAssistantTool2Folder(path));
 }
+
+TEST(CopyAssistantTool2Folder, FailsForAPathThatDoesNotFit)
+{
+    const PlugInBundle plugIn;
+    const std::string tool = "/VelmoraWatchSelfUpdate/WatchSelfUpdate";
+    const auto copyBelow = [&](std::size_t bytes) {
+        std::string folder = plugIn.home.path().string();
+        while (bytes - folder.size() > 200)
+            folder += '/' + std::string(100, 'd');
+        folder += '/' + std::string(bytes - folder.size() - 1, 'e');
+        const ScopedEnvironment cache("XDG_CACHE_HOME", folder);
+        unsigned char path[1024] = {};
+        const bool copied = CopyAssistantTool2Folder(path);
+        EXPECT_EQ(std::string(reinterpret_cast<const char*>(path)), copied ? folder + tool : "");
+        return copied;
+    };
+    EXPECT_TRUE(copyBelow(1023 - tool.size()));
+    EXPECT_FALSE(copyBelow(1024 - tool.size()));
+}

@@ -1,8 +1,8 @@
-// Finding, checking and repairing the copy of the helper tool.
+// Checking and repairing the copy of the helper tool.
 #include "Platform/CoreFoundation/CFRef.h"
-#include "Platform/Support/ErrorNumbers.h"
 #include "Update/helper/MoreSecurity.h"
-#include "tests/support/FakeHome.h"
+#include "tests/Update/helper/SystemCallFaults.h"
+#include "tests/support/TempDir.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -18,11 +18,6 @@ namespace {
 
 constexpr timespec kTemplateTime {1'200'000'000, 987'654'321};
 
-CFRef<CFStringRef> text(std::u16string_view units)
-{
-    return adoptCF(CFStringCreateWithView(units));
-}
-
 CFRef<CFURLRef> urlOf(const std::string& path)
 {
     return adoptCF(CFURLCreateFromFileSystemRepresentation(kCFAllocatorDefault,
@@ -31,24 +26,8 @@ CFRef<CFURLRef> urlOf(const std::string& path)
 
 CFRef<CFURLRef> webURL()
 {
-    return adoptCF(CFURLCreateWithString(kCFAllocatorDefault, text(u"http://host/tool"), nullptr));
-}
-
-std::string pathOf(CFURLRef url)
-{
-    UInt8 bytes[1024] = {};
-    EXPECT_TRUE(CFURLGetFileSystemRepresentation(url, true, bytes, sizeof(bytes)));
-    return reinterpret_cast<const char*>(bytes);
-}
-
-// The tool's place in the caches folder.
-int locate(CFStringRef subFolder, std::u16string_view toolName, bool createFolder, CFRef<CFURLRef>& tool)
-{
-    CFURLRef found = nullptr;
-    const int err = MoreSecCopyHelperToolURL(
-        kUserDomain, kCachedDataFolderType, subFolder, text(toolName), createFolder, &found);
-    tool = adoptCF(found);
-    return err;
+    const CFRef address = adoptCF(CFStringCreateWithView(u"http://host/tool"));
+    return adoptCF(CFURLCreateWithString(kCFAllocatorDefault, address, nullptr));
 }
 
 struct stat statOf(const fs::path& file)
@@ -106,113 +85,6 @@ struct Tools {
 };
 
 } // namespace
-
-TEST(MoreSecCopyHelperToolURL, LiesInTheCachesFolderBelowTheSubfolder)
-{
-    const FakeHome home;
-    CFRef<CFURLRef> tool;
-    ASSERT_EQ(locate(text(u"VelmoraWatchSelfUpdate"), u"WatchSelfUpdate", true, tool), 0);
-    EXPECT_EQ(pathOf(tool), (home.cache() / "VelmoraWatchSelfUpdate/WatchSelfUpdate").string());
-    EXPECT_FALSE(fs::exists(home.cache() / "VelmoraWatchSelfUpdate/WatchSelfUpdate"));
-}
-
-TEST(MoreSecCopyHelperToolURL, GivesTheFolderItselfForAnEmptyToolName)
-{
-    const FakeHome home;
-    CFRef<CFURLRef> tool;
-    ASSERT_EQ(locate(text(u"Work"), u"", true, tool), 0);
-    EXPECT_EQ(pathOf(tool), (home.cache() / "Work").string());
-}
-
-TEST(MoreSecCopyHelperToolURL, NeedsNoSubfolder)
-{
-    const FakeHome home;
-    CFRef<CFURLRef> tool;
-    ASSERT_EQ(locate(nullptr, u"tool", true, tool), 0);
-    EXPECT_EQ(pathOf(tool), (home.cache() / "tool").string());
-}
-
-TEST(MoreSecCopyHelperToolURL, MakesMissingFoldersForTheUserAlone)
-{
-    const FakeHome home;
-    fs::remove_all(home.cache());
-    CFRef<CFURLRef> tool;
-    ASSERT_EQ(locate(text(u"Work"), u"", true, tool), 0);
-    EXPECT_EQ(statOf(home.cache()).st_mode, mode_t(S_IFDIR | 0700));
-    EXPECT_EQ(statOf(home.cache() / "Work").st_mode, mode_t(S_IFDIR | 0700));
-}
-
-TEST(MoreSecCopyHelperToolURL, FailsForMissingFoldersThatItMayNotMake)
-{
-    const FakeHome home;
-    fs::create_directories(home.cache());
-    CFRef<CFURLRef> tool;
-    EXPECT_EQ(locate(text(u"Work"), u"", false, tool), fnfErr);
-    EXPECT_EQ(tool.get(), nullptr);
-    fs::remove_all(home.cache());
-    EXPECT_EQ(locate(nullptr, u"", false, tool), fnfErr);
-    EXPECT_EQ(tool.get(), nullptr);
-    EXPECT_FALSE(fs::exists(home.cache()));
-}
-
-TEST(MoreSecCopyHelperToolURL, TakesASubfolderThatExists)
-{
-    const FakeHome home;
-    fs::create_directories(home.cache() / "Work");
-    CFRef<CFURLRef> tool;
-    EXPECT_EQ(locate(text(u"Work"), u"x", false, tool), 0);
-    EXPECT_EQ(locate(text(u"Work"), u"x", true, tool), 0);
-}
-
-TEST(MoreSecCopyHelperToolURL, RefusesASymbolicLinkForTheSubfolder)
-{
-    const FakeHome home;
-    fs::create_directories(home.cache());
-    fs::create_directories(home.path() / "elsewhere");
-    fs::create_directory_symlink(home.path() / "elsewhere", home.cache() / "Work");
-    CFRef<CFURLRef> tool;
-    EXPECT_EQ(locate(text(u"Work"), u"tool", true, tool), permErr);
-    EXPECT_EQ(tool.get(), nullptr);
-}
-
-TEST(MoreSecCopyHelperToolURL, RefusesAFileForTheSubfolder)
-{
-    const FakeHome home;
-    (void)home.folder().write("cache/Work", "a file");
-    CFRef<CFURLRef> tool;
-    EXPECT_EQ(locate(text(u"Work"), u"", true, tool), dirNFErr);
-    EXPECT_EQ(tool.get(), nullptr);
-}
-
-TEST(MoreSecCopyHelperToolURL, TakesASubfolderNameOf255Units)
-{
-    const FakeHome home;
-    const std::u16string name(255, u'n');
-    CFRef<CFURLRef> tool;
-    EXPECT_EQ(locate(text(name), u"", true, tool), 0);
-    EXPECT_TRUE(fs::is_directory(home.cache() / std::string(255, 'n')));
-}
-
-TEST(MoreSecCopyHelperToolURLDeathTest, AssertsItsArguments)
-{
-    const FakeHome home;
-    CFURLRef tool = nullptr;
-    const auto call = [&tool](std::u16string_view subFolder, CFStringRef toolName, CFURLRef* result) {
-        (void)MoreSecCopyHelperToolURL(
-            kUserDomain, kCachedDataFolderType, text(subFolder), toolName, 0, result);
-    };
-    const CFRef name = text(u"tool");
-    EXPECT_DEATH(
-        call(u"W", nullptr, &tool), "MoreSecurity.cpp:[0-9]+: failed assertion `toolName != NULL'\n");
-    EXPECT_DEATH(call(u"W", name, nullptr), "failed assertion `tool != NULL'\n");
-    const CFRef former = urlOf("/former");
-    CFURLRef taken = former;
-    EXPECT_DEATH(call(u"W", name, &taken), "failed assertion `\\*tool == NULL'\n");
-    const std::u16string longName(256, u'n');
-    EXPECT_DEATH(call(longName, name, &tool),
-        "failed assertion `CFStringGetLength\\(subFolderName\\) <= "
-        "\\(sizeof\\(subFolderNameU\\.unicode\\) / sizeof\\(UniChar\\)\\)'\n");
-}
 
 TEST(MoreSecCheckHelperTool, AcceptsARootOwnedSetUserCopyOfTheTemplate)
 {
@@ -273,6 +145,20 @@ TEST(MoreSecCheckHelperTool, RejectsEachSingleDifference)
         each.change(tools);
         EXPECT_FALSE(tools.looksOK()) << each.name;
     }
+}
+
+TEST(MoreSecCheckHelperTool, LooksAtWhatALinkLeadsTo)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "needs root to make the tool root-owned";
+    const Tools tools;
+    tools.install();
+    fs::rename(tools.installed, tools.folder.at("cache/elsewhere"));
+    fs::create_symlink("elsewhere", tools.installed);
+    EXPECT_TRUE(tools.looksOK());
+    fs::remove(tools.installed);
+    fs::create_symlink("tool", tools.installed); // leads to itself
+    EXPECT_FALSE(tools.looksOK());
 }
 
 TEST(MoreSecCheckHelperTool, TakesAMissingToolForNoError)
@@ -393,6 +279,25 @@ TEST(MoreSecCheckAndFixHelperTool, FailsForAFolderThatIsNotEmpty)
     (void)tools.folder.write("cache/tool/inside", "kept");
     EXPECT_EQ(tools.fix(), ENOTEMPTY);
     EXPECT_EQ(readWholeFile(tools.folder.at("cache/tool/inside")), "kept");
+}
+
+TEST(MoreSecCheckAndFixHelperTool, TakesWhatMayNotBeUnlinkedForAFolder)
+{
+    const Tools tools;
+    const ScopedCallFault fault(FaultyCall::kUnlink, 1);
+    (void)tools.folder.makeFolder("cache/tool");
+    EXPECT_EQ(tools.fix(), 0);
+    tools.expectFreshCopy();
+    EXPECT_EQ(tools.fix(), ENOTDIR) << "what it made is a file";
+}
+
+TEST(MoreSecCheckAndFixHelperTool, GivesAnyOtherErrorOfTheRemoval)
+{
+    const Tools tools;
+    (void)tools.folder.makeFolder("cache/tool");
+    const ScopedCallFault fault(FaultyCall::kUnlink, EBUSY);
+    EXPECT_EQ(tools.fix(), EBUSY);
+    EXPECT_TRUE(fs::is_directory(tools.installed));
 }
 
 TEST(MoreSecCheckAndFixHelperTool, ReplacesALinkInsteadOfWritingThroughIt)

@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <fcntl.h>
 #include <new>
 #include <optional>
+#include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 namespace {
@@ -20,6 +23,8 @@ Faults g_writes;
 std::optional<int> g_writesLeft;
 int g_writeLimitError = 0;
 bool g_closeFails = false;
+std::optional<FaultyCall> g_faultyCall;
+int g_callError = 0;
 std::size_t g_failingRequestBytes = 0;
 int g_loggedFd = -1;
 std::vector<std::size_t> g_readSizes;
@@ -31,6 +36,14 @@ std::optional<CallOutcome> takeOutcome(Faults& faults, int fd)
     const CallOutcome outcome = faults.outcomes.front();
     faults.outcomes.erase(faults.outcomes.begin());
     return outcome;
+}
+
+bool fails(FaultyCall call)
+{
+    if (g_faultyCall != call)
+        return false;
+    errno = g_callError;
+    return true;
 }
 
 } // namespace
@@ -73,6 +86,25 @@ extern "C" int close(int fd)
         return -1;
     }
     return static_cast<int>(syscall(SYS_close, fd));
+}
+
+extern "C" int unlink(const char* path) noexcept
+{
+    return fails(FaultyCall::kUnlink) ? -1 : static_cast<int>(syscall(SYS_unlinkat, AT_FDCWD, path, 0));
+}
+
+extern "C" int fchmod(int fd, mode_t mode) noexcept
+{
+    return fails(FaultyCall::kFchmod) ? -1 : static_cast<int>(syscall(SYS_fchmod, fd, mode));
+}
+
+extern "C" int utimes(const char* path, const timeval times[2]) noexcept
+{
+    if (fails(FaultyCall::kUtimes))
+        return -1;
+    const timespec exact[2]
+        = {{times[0].tv_sec, times[0].tv_usec * 1000}, {times[1].tv_sec, times[1].tv_usec * 1000}};
+    return utimensat(AT_FDCWD, path, exact, 0);
 }
 
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
@@ -123,6 +155,16 @@ ScopedWriteLimit::ScopedWriteLimit(int count, int error)
 ScopedWriteLimit::~ScopedWriteLimit()
 {
     g_writesLeft.reset();
+}
+
+ScopedCallFault::ScopedCallFault(FaultyCall call, int error)
+{
+    g_faultyCall = call;
+    g_callError = error;
+}
+ScopedCallFault::~ScopedCallFault()
+{
+    g_faultyCall.reset();
 }
 
 ScopedCloseFault::ScopedCloseFault()

@@ -1,4 +1,4 @@
-// Chosen outcomes for the read, write and close calls of this test program, and for one memory request.
+// Chosen outcomes for file calls of this test program, and for one memory request.
 #pragma once
 
 #include <cstddef>
@@ -31,6 +31,13 @@ class ScopedWriteLimit {
 public:
     ScopedWriteLimit(int count, int error);
     ~ScopedWriteLimit();
+};
+/// As long as it lives, every call of that function fails with `error`.
+enum class FaultyCall { kUnlink, kFchmod, kUtimes };
+class ScopedCallFault {
+public:
+    ScopedCallFault(FaultyCall call, int error);
+    ~ScopedCallFault();
 };
 /// As long as it lives, every close fails with EBADF.
 class ScopedCloseFault {
