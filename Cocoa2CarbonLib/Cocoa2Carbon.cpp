@@ -6,6 +6,7 @@
 #include "Platform/Support/ToolRequests.h"
 
 #include <string_view>
+#include <sys/stat.h>
 
 namespace {
 
@@ -16,6 +17,13 @@ int runTool(const ChildRequest& request)
 {
     ChildProcess child;
     return child.start(request) == 0 ? child.waitUntilEnded() : kNotStartedStatus;
+}
+
+/// True for what is there but is no regular file: the tool would wait for ever for what comes out of a pipe.
+bool isNoFile(const char* path)
+{
+    struct stat status;
+    return ::stat(path, &status) == 0 && !S_ISREG(status.st_mode);
 }
 
 /// The last component of a path, without its extension; a "." at its beginning begins none.
@@ -30,7 +38,7 @@ std::string_view nameWithoutExtension(std::string_view path)
 
 int C2C_UnzipFile(const char* zipPath, const char* destinationFolder)
 {
-    if (!zipPath || !destinationFolder)
+    if (!zipPath || !destinationFolder || isNoFile(zipPath))
         return 0;
     return runTool(unzipRequest(zipPath, destinationFolder)) == 0 ? 1 : 0;
 }

@@ -47,14 +47,14 @@ OSStatus LaunchApplication(LaunchParamBlockRec* block)
     VELMORA_ASSERT((block->launchControlFlags & ~kKnownFlags) == 0);
 
     const FSRef& application = *block->launchAppSpec;
-    bool isFolder = false;
-    const OSStatus error = checkStillThere(application, isFolder);
+    mode_t mode = 0;
+    const OSStatus error = checkStillThere(application, mode);
     if (error != noErr)
         return error;
     if (isPackage(application))
         return kLSApplicationNotFoundErr;
     ChildRequest request;
-    request.program = isFolder ? programOfBundle(application) : application.path;
+    request.program = S_ISDIR(mode) ? programOfBundle(application) : application.path;
     if (request.program.empty() || !isExecutableFile(request.program))
         return kLSApplicationNotFoundErr;
     return launchProcess(application, std::move(request), &block->launchProcessSN);

@@ -90,26 +90,29 @@ OSStatus openPackage(const FSRef& package, const FSRef* target, FSRef& applicati
 
 OSStatus openDocument(const FSRef& document, const FSRef* target, FSRef& application)
 {
-    bool isFolder = false;
-    const OSStatus error = checkStillThere(document, isFolder);
+    mode_t mode = 0;
+    const OSStatus error = checkStillThere(document, mode);
     if (error != noErr)
         return error;
+    // A pipe, a socket or a device is no document, whatever its name: who opens one may wait for ever.
+    if (!S_ISREG(mode) && !S_ISDIR(mode))
+        return kLSApplicationNotFoundErr;
     if (isPackage(document))
         return openPackage(document, target, application);
     const std::string type = contentTypeOf(document);
-    if (!isFolder && isArchive(document, type))
+    if (S_ISREG(mode) && isArchive(document, type))
         return launchTool(unzipRequest(document.path.c_str(), folderOf(document.path).c_str()), application);
     return openWithDesktopHandler(document, type, application);
 }
 
 } // namespace
 
-OSStatus checkStillThere(const FSRef& ref, bool& isFolder)
+OSStatus checkStillThere(const FSRef& ref, mode_t& mode)
 {
     struct stat status;
     if (::stat(ref.path.c_str(), &status) != 0)
         return errorFromErrno(errno);
-    isFolder = S_ISDIR(status.st_mode);
+    mode = status.st_mode;
     return status.st_dev == ref.device && status.st_ino == ref.inode ? noErr : errFSBadFSRef;
 }
 

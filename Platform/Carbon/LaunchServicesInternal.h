@@ -3,8 +3,11 @@
 
 #include "Platform/Carbon/FSRef.h"
 
-/// noErr when the object that the reference was made of is still at its place; a link leads to it.
-OSStatus checkStillThere(const FSRef& ref, bool& isFolder);
+#include <sys/types.h>
+
+/// noErr when the object that the reference was made of is still at its place; a link leads to it. `mode` is
+/// its kind and mode, as stat(2) gives them.
+OSStatus checkStillThere(const FSRef& ref, mode_t& mode);
 /// True for a name that ends in ".pkg", ignoring case.
 bool isPackage(const FSRef& ref);
 

@@ -12,6 +12,7 @@
 #include <functional>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -206,6 +207,13 @@ TEST(C2C_UnzipFile, DoesNotWaitForThePasswordOfAnEncryptedArchive)
     ASSERT_TRUE(shell(folder.at("source"), "zip -q -P word ../a.zip inside.txt"));
     EXPECT_EQ(C2C_UnzipFile(folder.at("a.zip").c_str(), folder.makeFolder("target").c_str()), 0);
     EXPECT_FALSE(fs::exists(folder.at("target/inside.txt")));
+}
+
+TEST(C2C_UnzipFile, DoesNotWaitForAnArchiveThatIsAPipe)
+{
+    const ScopedTempDir folder;
+    ASSERT_EQ(mkfifo(folder.at("a.zip").c_str(), 0600), 0);
+    EXPECT_EQ(C2C_UnzipFile(folder.at("a.zip").c_str(), folder.makeFolder("target").c_str()), 0);
 }
 
 TEST(C2C_UnzipFile, KeepsItsListingOutOfOurOutput)

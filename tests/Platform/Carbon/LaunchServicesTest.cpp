@@ -8,6 +8,8 @@
 #include "tests/support/FakeHome.h"
 #include "tests/support/ZipFile.h"
 
+#include <sys/stat.h>
+
 #include <gtest/gtest.h>
 
 namespace fs = std::filesystem;
@@ -115,6 +117,17 @@ TEST(LSOpenFromRefSpec, OpensADocumentWithTheDesktopsApplication)
     EXPECT_EQ(application.path, g_desktop.reader().string());
     EXPECT_EQ(waitForEnd(application), kLaunchedEnded);
     EXPECT_EQ(g_desktop.words(), "--read\n" + document.path + "\n");
+}
+
+TEST(LSOpenFromRefSpec, TakesAPipeForNoDocumentWhateverItsName)
+{
+    for (const char* name : {"a.zip", "a.txt", "a.pkg"}) {
+        const ScopedTempDir folder;
+        ASSERT_EQ(mkfifo(folder.at(name).c_str(), 0600), 0);
+        FSRef application;
+        EXPECT_EQ(openDocument(refTo(folder.at(name)), &application), kLSApplicationNotFoundErr) << name;
+        EXPECT_EQ(application.path, "") << name;
+    }
 }
 
 TEST(LSOpenFromRefSpec, TellsThatThereIsNoApplication)
