@@ -11,12 +11,16 @@
 #include "Update/helper/AssistantTool.h"
 
 #include <array>
+#include <cstdio>
 #include <cstring>
 
 namespace {
 
 constexpr std::size_t kPathBufferBytes = kMaxPathBytes + 1;
 using PathBuffer = std::array<UInt8, kPathBufferBytes>;
+
+/// The marker until it is complete. No longer than its final name, so that its path fits wherever that does.
+constexpr char16_t kNewMarkerFileName[] = u"20071023TwoParams.new";
 
 bool pathOf(const FSRef& ref, PathBuffer& path)
 {
@@ -31,8 +35,8 @@ bool findOwnBundle(PathBuffer& path)
         && pathOf(bundle, path);
 }
 
-/// The place of the marker file, beside the tool.
-bool findMarkerPlace(const FSRef& tool, std::u16string& place)
+/// The path of a file of that name in the tool's folder.
+bool findPlaceBeside(const FSRef& tool, std::u16string_view fileName, std::u16string& place)
 {
     const auto* const bytes = reinterpret_cast<const UInt8*>(tool.path.data());
     const CFRef toolURL = adoptCF(CFURLCreateFromFileSystemRepresentation(
@@ -40,12 +44,12 @@ bool findMarkerPlace(const FSRef& tool, std::u16string& place)
     const CFRef folderURL = toolURL
         ? adoptCF(CFURLCreateCopyDeletingLastPathComponent(kCFAllocatorDefault, toolURL))
         : CFRef<CFURLRef>();
-    const CFRef name = adoptCF(CFStringCreateWithView(kMarkerFileName));
-    const CFRef markerURL = folderURL
+    const CFRef name = adoptCF(CFStringCreateWithView(fileName));
+    const CFRef url = folderURL
         ? adoptCF(CFURLCreateCopyAppendingPathComponent(kCFAllocatorDefault, folderURL, name, false))
         : CFRef<CFURLRef>();
     PathBuffer path {};
-    return markerURL && CFURLGetFileSystemRepresentation(markerURL, true, path.data(), path.size())
+    return url && CFURLGetFileSystemRepresentation(url, true, path.data(), path.size())
         && wideFromPath(reinterpret_cast<const char*>(path.data()), place);
 }
 
@@ -56,15 +60,30 @@ bool writePath(SInt16 file, const PathBuffer& path)
     return LumFileWriteExt(file, path.data(), length, 0) == length;
 }
 
-bool writeMarker(const std::u16string& place, const PathBuffer& startedFile, const PathBuffer& bundle)
+bool writePaths(OpacLumFSRef* ref, const PathBuffer& startedFile, const PathBuffer& bundle)
 {
-    OpacLumFSRef* const ref = Lum0FSRCreateWithPath(place.c_str());
     const SInt16 file = LumFileCreateExt(ref, kLumFileCreateWrite);
-    Lum0FSRRelease(ref);
     if (file == -1)
         return false;
     const bool written = writePath(file, startedFile) && writePath(file, bundle);
     return LumFileCloseExt(file) == 0 && written;
+}
+
+/// Puts the marker in its place as a whole: the tool of a hand-over just before may be reading the former
+/// one.
+bool writeMarker(const FSRef& tool, const PathBuffer& startedFile, const PathBuffer& bundle)
+{
+    std::u16string place;
+    std::u16string newPlace;
+    if (!findPlaceBeside(tool, kMarkerFileName, place)
+        || !findPlaceBeside(tool, kNewMarkerFileName, newPlace))
+        return false;
+    const LumFSRefOwner newMarker(Lum0FSRCreateWithPath(newPlace.c_str()));
+    if (writePaths(newMarker.get(), startedFile, bundle)
+        && std::rename(utf8FromWide(newPlace).c_str(), utf8FromWide(place).c_str()) == 0)
+        return true;
+    (void)LumFileDeleteExt(newMarker.get()); // it may not even be there
+    return false;
 }
 
 /// Everything but the end of the event loop; the first failure ends it.
@@ -76,10 +95,8 @@ void prepareAndStartTool(const FSRef& startedFile)
         return;
     PathBuffer toolPath {};
     FSRef tool;
-    std::u16string place;
     if (!CopyAssistantTool2Folder(toolPath.data()) || FSPathMakeRef(toolPath.data(), &tool, nullptr) != noErr
-        || !findMarkerPlace(tool, place) || !writeMarker(place, startedPath, bundlePath)
-        || FSGetCatalogInfo(&tool, nullptr, nullptr) != noErr)
+        || !writeMarker(tool, startedPath, bundlePath) || FSGetCatalogInfo(&tool, nullptr, nullptr) != noErr)
         return;
     LaunchParamBlockRec block;
     block.launchBlockID = extendedBlock;

@@ -8,6 +8,6 @@
 inline constexpr char16_t kMarkerFileName[] = u"20071023TwoParams.txt";
 
 /// Places the helper tool, writes the marker file (the path of `startedFile`, a zero byte, the path of this
-/// process's bundle, a zero byte) and starts the tool. Whatever of that fails, silently, the event loop is
-/// asked to end, so that the host can be replaced.
+/// process's bundle, a zero byte; replaced as a whole) and starts the tool. Whatever of that fails, silently,
+/// the event loop is asked to end, so that the host can be replaced.
 void handOverSelfUpdate(const FSRef& startedFile);

@@ -3,6 +3,10 @@
 #include "Update/descriptor/SelfUpdateHandOver.h"
 #include "tests/Update/descriptor/ScriptedPlatform.h"
 #include "tests/support/FakeHome.h"
+#include "tests/support/ScopedFileSizeLimit.h"
+
+#include <fstream>
+#include <iterator>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -50,6 +54,28 @@ TEST_F(SelfUpdateHandOver, ReplacesAFormerMarker)
     (void)m_folder.write("tools/20071023TwoParams.txt", std::string(4096, 'x'));
     handOverSelfUpdate(m_started);
     EXPECT_EQ(readWholeFile(marker()), expectedMarker());
+}
+
+TEST_F(SelfUpdateHandOver, LeavesAFormerMarkerWholeForAToolThatReadsIt)
+{
+    handOverSelfUpdate(m_started);
+    const std::string former = expectedMarker();
+    std::ifstream reader(marker(), std::ios::binary); // a tool that is about to read
+    m_started.path += " again";
+    handOverSelfUpdate(m_started);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), {}), former);
+    EXPECT_EQ(readWholeFile(marker()), expectedMarker());
+}
+
+TEST_F(SelfUpdateHandOver, WithAMarkerThatFindsNoRoomDoesNotStartTheToolAndLeavesNothing)
+{
+    {
+        const ScopedFileSizeLimit fullDisk(10);
+        handOverSelfUpdate(m_started);
+    }
+    EXPECT_THAT(m_platform.calls, ElementsAre("tool", "quit"));
+    EXPECT_FALSE(fs::exists(marker()));
+    EXPECT_EQ(std::distance(fs::directory_iterator(m_folder.at("tools")), {}), 1) << "the tool alone";
 }
 
 TEST_F(SelfUpdateHandOver, EndsTheEventLoopAlsoWhenTheToolCannotBeStarted)
@@ -100,11 +126,22 @@ TEST_F(SelfUpdateHandOver, WithoutAMarkerDoesNotStartTheTool)
     EXPECT_THAT(m_platform.calls, ElementsAre("tool", "quit"));
 }
 
-TEST_F(SelfUpdateHandOver, DoesNotFollowALinkInTheMarkersPlace)
+TEST_F(SelfUpdateHandOver, ReplacesALinkInTheMarkersPlaceAndNotWhatItLeadsTo)
 {
     const fs::path victim = m_folder.write("victim", "precious");
     fs::create_symlink(victim, marker());
     handOverSelfUpdate(m_started);
+    EXPECT_EQ(readWholeFile(victim), "precious");
+    EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(marker())));
+    EXPECT_EQ(readWholeFile(marker()), expectedMarker());
+}
+
+TEST_F(SelfUpdateHandOver, WritesThroughNoLink)
+{
+    const fs::path victim = m_folder.write("victim", "precious");
+    fs::create_symlink(victim, m_folder.at("tools/20071023TwoParams.new"));
+    handOverSelfUpdate(m_started);
     EXPECT_THAT(m_platform.calls, ElementsAre("tool", "quit"));
     EXPECT_EQ(readWholeFile(victim), "precious");
+    EXPECT_FALSE(fs::exists(marker()));
 }
