@@ -43,13 +43,11 @@ ExitStatus handOver(const Session& session, const HandOverLimits& limits)
     const ExitStatus taken = takeMarker(marker);
     if (taken != ExitStatus::Ok)
         return taken;
-    if (hostProgramOf(marker.hostBundle).empty())
-        return refusedBundle();
     // An installer may run as root on the user's behalf; a host of another user's is no business of this one.
     waitUntilGone(marker.runFile, ProcessOwner::Anybody, limits.look, limits.appear, limits.update);
     waitUntilGone(marker.hostBundle + kHostProgramInBundle, ProcessOwner::CallingUser, limits.look,
         milliseconds(0), limits.host);
-    // The update may have replaced it.
+    // Not before: an update that is under way may have taken the bundle aside.
     const std::string program = hostProgramOf(marker.hostBundle);
     return program.empty() ? refusedBundle() : startHost(program, session);
 }

@@ -17,6 +17,12 @@ ExitStatus refused(const char* reason)
     return ExitStatus::Refused;
 }
 
+ExitStatus noMarker()
+{
+    std::fprintf(stderr, "WatchSelfUpdate: there is no marker beside the tool\n");
+    return ExitStatus::NoMarker;
+}
+
 // The folder that holds the file of this process, or -1. The kernel's own link tells it: the name that the
 // process was started by is the caller's choice.
 int openOwnFolder()
@@ -70,8 +76,9 @@ ExitStatus takeFrom(int folder, int file, Marker& marker)
     std::string bytes;
     if (!readBounded(file, bytes))
         return failed("read");
+    // Whoever removes it does the hand-over: another tool may have read it at the same time.
     if (unlinkat(folder, kMarkerFileName, 0) != 0)
-        return failed("unlink");
+        return errno == ENOENT ? noMarker() : failed("unlink");
     return parseMarker(bytes, marker) ? ExitStatus::Ok : refused("the marker does not hold two paths");
 }
 
@@ -82,10 +89,8 @@ ExitStatus takeFromFolder(int folder, Marker& marker)
     // Without blocking: a pipe or a device at its place would keep the tool waiting.
     const int file
         = openat(folder, kMarkerFileName, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    if (file < 0 && errno == ENOENT) {
-        std::fprintf(stderr, "WatchSelfUpdate: there is no marker beside the tool\n");
-        return ExitStatus::NoMarker;
-    }
+    if (file < 0 && errno == ENOENT)
+        return noMarker();
     if (file < 0)
         return refused("the marker cannot be opened");
     const ExitStatus status = takeFrom(folder, file, marker);

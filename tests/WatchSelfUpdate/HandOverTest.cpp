@@ -4,8 +4,11 @@
 #include "tests/WatchSelfUpdate/RunningProgram.h"
 #include "tests/support/FakeHome.h"
 
+#include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <future>
+#include <set>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -172,6 +175,37 @@ TEST(HandOver, WaitsForTheOldHostThatTheUpdateReplaced)
     stage.writeHost(stage.bundle(), "host", "");
     stage.writeOwned(stage.marker(), stage.markerBytes());
     expectWaitFor(stage, oldHost);
+}
+
+TEST(HandOver, StartsAHostThatTheUpdateHadTakenAwayMeanwhile)
+{
+    const HandOverStage stage;
+    fs::copy_file("/bin/cat", stage.runFile());
+    stage.writeOwned(stage.marker(), stage.markerBytes());
+    RunningProgram program({stage.runFile()}, stage.user());
+    const fs::path aside = stage.folder().at("aside");
+    fs::rename(stage.bundle(), aside);
+    std::future<ToolRun> run = runInBackground(stage);
+    EXPECT_EQ(stage.reports(kNothingComesMs), "");
+    fs::rename(aside, stage.bundle());
+    program.end();
+    EXPECT_EQ(run.get().status, 0);
+    EXPECT_THAT(stage.reports(), HasSubstr("host "));
+}
+
+TEST(HandOver, IsDoneOnceWhenTwoToolsFindOneMarker)
+{
+    const HandOverStage stage;
+    for (int i = 0; i < 20; ++i) {
+        stage.writeOwned(stage.marker(), stage.markerBytes());
+        std::future<ToolRun> other = runInBackground(stage);
+        const int status = stage.run().status;
+        const std::set<int> statuses {status, other.get().status};
+        EXPECT_EQ(statuses, (std::set<int> {0, 66})) << "after " << i;
+        const std::string report = stage.reports();
+        EXPECT_EQ(std::count(report.begin(), report.end(), '\n'), 1) << report;
+    }
+    EXPECT_EQ(stage.reports(kNothingComesMs), "");
 }
 
 TEST(HandOver, GoesOnWhenTheOldHostDoesNotEnd)
