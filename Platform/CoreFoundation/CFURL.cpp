@@ -114,16 +114,6 @@ CFURLRef CFURLCreateWithString(CFAllocatorRef, CFStringRef text, CFURLRef base)
     return view.empty() || !isUrlText(view) ? nullptr : urlFromText(view);
 }
 
-CFURLRef CFURLCreateWithFileSystemPath(
-    CFAllocatorRef, CFStringRef path, CFURLPathStyle style, Boolean isDirectory)
-{
-    VELMORA_ASSERT(style == kCFURLPOSIXPathStyle);
-    std::string bytes;
-    if (!pathFromWide(CFStringGetView(path), bytes, std::numeric_limits<CFIndex>::max()))
-        return nullptr;
-    return urlFromPathBytes(std::move(bytes), isDirectory != 0);
-}
-
 CFURLRef CFURLCreateFromFileSystemRepresentation(
     CFAllocatorRef, const UInt8* bytes, CFIndex length, Boolean isDirectory)
 {

@@ -14,11 +14,8 @@ CFTypeID CFURLGetTypeID();
 /// not stand in a URL (a blank, a control character, one of <>"{}|\^`, one outside ASCII) or a percent sign
 /// that no two hexadecimal digits follow. `base` must be null.
 CFURLRef CFURLCreateWithString(CFAllocatorRef allocator, CFStringRef text, CFURLRef base);
-/// The file URL of a POSIX path; a folder's ends in "/". A relative path is taken from the working directory.
-/// Null for a path that is empty or holds a zero unit or a lone surrogate.
-CFURLRef CFURLCreateWithFileSystemPath(
-    CFAllocatorRef allocator, CFStringRef path, CFURLPathStyle style, Boolean isDirectory);
-/// The same for `length` bytes, which need not be UTF-8: the URL names the same bytes.
+/// The file URL of a POSIX path of `length` bytes, which need not be UTF-8; a folder's ends in "/". A
+/// relative path is taken from the working directory. Null for a path that is empty or holds a zero byte.
 CFURLRef CFURLCreateFromFileSystemRepresentation(
     CFAllocatorRef allocator, const UInt8* bytes, CFIndex length, Boolean isDirectory);
 /// The file URL of an existing object.

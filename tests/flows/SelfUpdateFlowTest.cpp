@@ -6,6 +6,7 @@
 #include "Platform/CoreFoundation/CFRef.h"
 #include "Update/descriptor/XMLInterpret.h"
 #include "tests/flows/StagedSuite.h"
+#include "tests/support/FileURL.h"
 
 #include <QCoreApplication>
 #include <QTimer>
@@ -45,13 +46,6 @@ bool waitFor(const std::function<bool()>& done)
         (void)ReceiveNextEvent(0.05); // looked at again either way
     }
     return true;
-}
-
-CFRef<CFURLRef> folderURL(const fs::path& folder)
-{
-    const std::string path = folder.string();
-    return adoptCF(CFURLCreateFromFileSystemRepresentation(kCFAllocatorDefault,
-        reinterpret_cast<const UInt8*>(path.data()), static_cast<CFIndex>(path.size()), true));
 }
 
 class SelfUpdateFlow : public ::testing::Test {

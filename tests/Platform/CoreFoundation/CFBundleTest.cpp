@@ -3,6 +3,7 @@
 #include "Platform/CoreFoundation/CFBundle.h"
 #include "Platform/CoreFoundation/CFNumber.h"
 #include "tests/Platform/CoreFoundation/CFText.h"
+#include "tests/support/FileURL.h"
 #include "tests/support/FakeHome.h"
 
 #include <gtest/gtest.h>
@@ -29,14 +30,9 @@ std::string entry(const std::string& key, const std::string& value)
     return "<key>" + key + "</key><string>" + value + "</string>";
 }
 
-CFRef<CFURLRef> folderUrl(const fs::path& path)
-{
-    return adoptCF(CFURLCreateWithFileSystemPath(nullptr, cf(path.u16string()), kCFURLPOSIXPathStyle, 1));
-}
-
 CFRef<CFBundleRef> open(const fs::path& folder)
 {
-    return adoptCF(CFBundleCreate(nullptr, folderUrl(folder)));
+    return adoptCF(CFBundleCreate(nullptr, folderURL(folder)));
 }
 
 std::string pathOf(CFURLRef url)
@@ -99,7 +95,7 @@ TEST_F(CFBundle, WithoutAReadablePropertyListThereIsNoBundle)
     EXPECT_FALSE(open(m_folder.at("Bad.app")));
     m_folder.write("List.app/Contents/Info.plist", "<plist version=\"1.0\"><array/></plist>");
     EXPECT_FALSE(open(m_folder.at("List.app")));
-    EXPECT_EQ(CFBundleCopyInfoDictionaryInDirectory(folderUrl(m_folder.at("List.app"))), nullptr);
+    EXPECT_EQ(CFBundleCopyInfoDictionaryInDirectory(folderURL(m_folder.at("List.app"))), nullptr);
     m_folder.makeFolder("Folder.app/Contents/Info.plist");
     EXPECT_FALSE(open(m_folder.at("Folder.app")));
     m_folder.write("file", "x");
@@ -112,7 +108,7 @@ TEST_F(CFBundle, WithoutAReadablePropertyListThereIsNoBundle)
 TEST_F(CFBundle, InfoDictionaryIsReadWithoutABundle)
 {
     const auto info = adoptCF(
-        CFBundleCopyInfoDictionaryInDirectory(folderUrl(makeBundle("A.bundle", entry("site", "localhost")))));
+        CFBundleCopyInfoDictionaryInDirectory(folderURL(makeBundle("A.bundle", entry("site", "localhost")))));
     ASSERT_TRUE(info);
     EXPECT_EQ(textOf(static_cast<CFStringRef>(CFDictionaryGetValue(info, u"site"))), u"localhost");
 }
@@ -192,7 +188,7 @@ TEST_F(CFBundle, FindsResourcesBelowAFolderWithoutReadingItsPropertyList)
 {
     const fs::path file = m_folder.write("A.bundle/Contents/Resources/sections.xml", "x");
     const auto find = [&](const fs::path& folder, std::u16string_view name) {
-        const auto url = folderUrl(folder);
+        const auto url = folderURL(folder);
         return pathOf(adoptCF(CFBundleCopyResourceURLInDirectory(url, cf(name), cf(u"xml"), nullptr)));
     };
     EXPECT_EQ(find(m_folder.at("A.bundle"), u"sections"), file.string());
@@ -265,7 +261,7 @@ TEST_F(CFBundle, ProgramOutsideAnApplicationHasNoMainBundle)
 TEST_F(CFBundle, MainBundleMayBeNamed)
 {
     CFBundleSetMainBundle(
-        folderUrl(makeBundle("Host.app", entry("CFBundleIdentifier", "com.velmora.Daemon"))));
+        folderURL(makeBundle("Host.app", entry("CFBundleIdentifier", "com.velmora.Daemon"))));
     const CFBundleRef bundle = CFBundleGetMainBundle();
     ASSERT_NE(bundle, nullptr);
     EXPECT_EQ(CFBundleGetBundleWithIdentifier(cf(u"com.velmora.Daemon")), bundle);
