@@ -60,33 +60,39 @@ void printPlan(const FSCopyPlan& plan, const FSRef* newObjectRef, const FSSpec* 
     (void)std::fflush(stdout); // a closed output must not stop a copy
 }
 
+/// The reference to an item in the destination, which may have been moved since it was opened.
+FSRef refInDestination(const FSCopyPlan& plan, const ItemInfo& info, const std::string& name)
+{
+    return refToItem(info, currentPath(plan.destFolder.get(), plan.destPath), name);
+}
+
 /// Takes away what a failed copy made, and gives the object that was to be replaced its name back.
-void cleanUp(OSStatus err, const FSCopyPlan& plan, const std::string& destPath, const FSTreeCopy& copy)
+void cleanUp(OSStatus err, const FSCopyPlan& plan, const FSTreeCopy& copy)
 {
     if (plan.replaces) {
         std::printf("%s -- Cleaning up, this might take a moment.  err : %d\n", kFunction, err);
         (void)std::fflush(stdout); // a closed output must not stop the cleaning
     }
     if (copy.hasMade()) {
-        const FSRef partial = refToItem(copy.made(), destPath, plan.newName);
-        (void)FSDeleteClosedObjects(
-            &partial); // prints its failure; the copy's own error is the one to return
+        const FSRef partial = refInDestination(plan, copy.made(), plan.newName);
+        // Prints its failure; the copy's own error is the one to return.
+        (void)FSDeleteClosedObjects(&partial);
     }
-    if (plan.replaces)
-        (void)checkNoErr(renameItem(plan.destFolder.get(), plan.asideName, plan.newName), "err", __func__,
-            __LINE__); // as above
+    if (plan.replaces) {
+        const OSStatus backErr = renameItem(plan.destFolder.get(), plan.asideName, plan.newName);
+        (void)checkNoErr(backErr, "err", __func__, __LINE__); // as above
+    }
 }
 
 /// Copies by the plan, whose new name is free now.
-OSStatus copyAndCleanUp(
-    const FSCopyPlan& plan, const FSCopyRequest& request, const std::string& destPath, FSRef& made)
+OSStatus copyAndCleanUp(const FSCopyPlan& plan, const FSCopyRequest& request, FSRef& made)
 {
     FSTreeCopy copy(plan, request);
     const OSStatus err = copy.run();
     if (err == noErr)
-        made = refToItem(copy.made(), destPath, plan.newName);
+        made = refInDestination(plan, copy.made(), plan.newName);
     else
-        cleanUp(err, plan, destPath, copy);
+        cleanUp(err, plan, copy);
     return err;
 }
 
@@ -115,7 +121,7 @@ OSStatus FSCopyObject(const FSRef* source, const FSRef* destDir, UInt32 maxLevel
         err = makeRoom(plan);
     FSRef made;
     if (err == noErr)
-        err = copyAndCleanUp(plan, request, destDir->path, made);
+        err = copyAndCleanUp(plan, request, made);
     if (checkNoErr(err, "err", __func__, __LINE__) != noErr)
         return err;
     if (newObjectRef)
@@ -124,6 +130,6 @@ OSStatus FSCopyObject(const FSRef* source, const FSRef* destDir, UInt32 maxLevel
         *newObjectSpec = made;
     if (!plan.replaces)
         return noErr;
-    const FSRef replaced = refToItem(plan.existing, destDir->path, plan.asideName);
+    const FSRef replaced = refInDestination(plan, plan.existing, plan.asideName);
     return checkNoErr(FSDeleteClosedObjects(&replaced), "err", __func__, __LINE__);
 }

@@ -28,8 +28,9 @@ using CopyObjectFilterProcPtr = int (*)(
 /// - The copy belongs to the calling user; set-user and set-group bits are kept only where owner and group
 ///   are the same. The locked flags and the creation time are not copied, and several names of one file
 ///   become several files.
-/// - A link swapped in meanwhile is not followed. Other file systems mounted inside the source are refused
-///   (fBsyErr), as are devices, pipes and sockets (notAFileErr).
+/// - A link swapped in meanwhile is not followed. What is mounted inside the source is refused (fBsyErr), as
+///   are devices, pipes and sockets (notAFileErr). What vanishes from the source folder meanwhile is left
+///   out; a destination that is moved meanwhile gets the copy where it is then.
 /// - A file whose copying is not finished can be read by no ordinary user: its mode is kBusyFileMode, as a
 ///   creation time that marks it cannot be set here.
 /// - A copy that fails leaves nothing of itself.
@@ -45,9 +46,9 @@ using CopyObjectFilterProcPtr = int (*)(
 /// \param filterProc may be null; `yourData` is handed to it.
 /// \param newObjectRef, newObjectSpec may be null; written when the copy stands.
 /// \return noErr; paramErr for a null source or destination (then nothing is printed); badMovErr when the
-///     destination lies in the source; wrgVolTypErr when the destination cannot hold its attributes;
-///     otherwise the file system's first error. When only the replaced object could not be deleted whole, the
-///     copy stands, and the rest of that object beside it.
+///     destination lies, or is moved, into the source; wrgVolTypErr when the destination cannot hold its
+///     attributes; otherwise the file system's first error. When only the replaced object could not be
+///     deleted whole, the copy stands, and the rest of that object beside it.
 ///
 /// Prints its parameters and each failure to standard output and flushes it.
 OSStatus FSCopyObject(const FSRef* source, const FSRef* destDir, UInt32 maxLevels,

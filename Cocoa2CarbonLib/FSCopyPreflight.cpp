@@ -24,20 +24,31 @@ OSStatus lookAtSource(const FSRef& ref, FSCopyPlan& plan)
     return plan.source.kind == ItemKind::kOther ? notAFileErr : noErr;
 }
 
+/// Subvolumes have devices of their own, but share the blocks of one volume. Which volume that is does not
+/// show: between two that have subvolumes the call is tried, and the buffer used when it cannot.
+bool mayCopyWithinVolume(const FSCopyPlan& plan, const VolumeParms& destParms)
+{
+    if (plan.source.device == plan.dest.device)
+        return true;
+    VolumeParms sourceParms;
+    return destParms.hasSubvolumes && volumeParms(plan.sourceFolder.get(), sourceParms) == noErr
+        && sourceParms.hasSubvolumes;
+}
+
 OSStatus lookAtDestination(const FSRef& destDir, FSCopyPlan& plan)
 {
-    ItemInfo folder;
     VolumeParms parms;
+    plan.destPath = destDir.path;
     OSStatus error = openFolderOfRef(destDir, plan.destFolder);
     if (error == noErr)
-        error = openItemInfo(plan.destFolder.get(), folder);
+        error = openItemInfo(plan.destFolder.get(), plan.dest);
     if (error == noErr)
         error = volumeParms(plan.destFolder.get(), parms);
     if (error != noErr)
         return error;
     plan.isLocal = parms.isLocal;
     plan.isDropBox = isDropBoxFolder(plan.destFolder.get());
-    plan.hasVolumeCopy = folder.device == plan.source.device;
+    plan.hasVolumeCopy = mayCopyWithinVolume(plan, parms);
     plan.copyBufferBytes = copyBufferBytes(parms.blockBytes, parms.volumeGrade);
     return noErr;
 }
@@ -49,14 +60,13 @@ OSStatus holdsSource(const FSCopyPlan& plan, bool& holds)
     holds = isSameItem(plan.existing, plan.source);
     if (plan.existing.kind == ItemKind::kFolder)
         return holds ? noErr : folderLiesInside(plan.sourceFolder.get(), plan.existing, holds);
-    if (!holds)
+    // With one name alone it is the source however that is written: a volume may know no case, and what is
+    // mounted may show a file at two places.
+    if (!holds || plan.existing.links == 1)
         return noErr;
     ItemInfo from;
-    ItemInfo to;
-    OSStatus error = openItemInfo(plan.sourceFolder.get(), from);
-    if (error == noErr)
-        error = openItemInfo(plan.destFolder.get(), to);
-    holds = isSameItem(from, to) && plan.newName == plan.sourceName;
+    const OSStatus error = openItemInfo(plan.sourceFolder.get(), from);
+    holds = isSameItem(from, plan.dest) && plan.newName == plan.sourceName;
     return error;
 }
 

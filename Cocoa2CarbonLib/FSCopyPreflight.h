@@ -21,6 +21,8 @@ struct FSCopyPlan {
     std::string sourceName;
     ItemInfo source;
     Descriptor destFolder;
+    std::string destPath;
+    ItemInfo dest;         ///< that folder
     std::string newName;   ///< the copy's
     bool replaces = false; ///< an object of that name exists, `existing`, and gives way to the copy
     ItemInfo existing;
@@ -28,7 +30,8 @@ struct FSCopyPlan {
     bool isDirectory = false;
     bool isLocal = false;
     bool isDropBox = false;
-    bool hasVolumeCopy = false; ///< both ends are on one volume, whose own call may copy contents
+    bool hasVolumeCopy = false; ///< as far as can be told, both ends are on one volume, whose own call may
+                                ///< copy contents
     UInt32 copyBufferBytes = 0;
 };
 

@@ -36,26 +36,40 @@ OSStatus FSTreeCopy::step()
 
 OSStatus FSTreeCopy::copyItem(const Place& place)
 {
-    ItemInfo info;
-    OSStatus error = itemInfo(place.folder, place.name, info);
+    Found found;
+    int answer = kFSCopyThisItem;
+    const OSStatus error = findItem(place, answer, found);
     if (error == fnfErr && place.level > 0)
         return noErr; // gone since the names were read
-    int answer = kFSCopyThisItem;
-    if (error == noErr)
-        error = askFilter(place, info, answer);
     if (error != noErr || answer == kFSSkipItem)
         return error;
-    switch (info.kind) {
+    switch (found.info.kind) {
     case ItemKind::kLink:
-        return copyLink(place);
+        return copyLink(place, found);
     case ItemKind::kFile:
-        return copyFile(place);
+        return copyFile(place, found);
     case ItemKind::kFolder:
-        return enterFolder(place);
+        return enterFolder(place, std::move(found));
     case ItemKind::kOther:
         break;
     }
     return notAFileErr;
+}
+
+/// Looks at a place, asks the filter procedure, and opens what is to be copied, before anything is made of
+/// it.
+OSStatus FSTreeCopy::findItem(const Place& place, int& answer, Found& found) const
+{
+    OSStatus error = itemInfo(place.folder, place.name, found.info);
+    if (error == noErr)
+        error = askFilter(place, found.info, answer);
+    if (error != noErr || answer == kFSSkipItem)
+        return error;
+    const ItemKind kind = found.info.kind;
+    if (kind == ItemKind::kLink)
+        return linkTarget(place.folder, place.name, found.target);
+    error = openItem(place.folder, place.name, found.item, found.info);
+    return error == noErr && found.info.kind != kind ? errFSBadFSRef : error;
 }
 
 OSStatus FSTreeCopy::askFilter(const Place& place, const ItemInfo& info, int& answer) const
@@ -82,50 +96,45 @@ OSStatus FSTreeCopy::noteMade(const Place& place, int item)
     return error;
 }
 
-OSStatus FSTreeCopy::copyLink(const Place& place)
+OSStatus FSTreeCopy::copyLink(const Place& place, const Found& link)
 {
-    const OSStatus error = copyLinkItem(place.folder, place.name, place.destFolder, place.newName);
+    const OSStatus error = createLinkItem(place.destFolder, place.newName, link.target, link.info);
     return error == noErr ? noteMade(place, -1) : error;
 }
 
-OSStatus FSTreeCopy::copyFile(const Place& place)
+OSStatus FSTreeCopy::copyFile(const Place& place, const Found& file)
 {
-    Descriptor source;
     Descriptor dest;
-    ItemInfo info;
-    OSStatus error = openItem(place.folder, place.name, source, info);
-    if (error == noErr && info.kind != ItemKind::kFile)
-        error = errFSBadFSRef;
-    if (error == noErr)
-        error = createFileItem(place.destFolder, place.newName, dest);
+    OSStatus error = createFileItem(place.destFolder, place.newName, dest);
     if (error == noErr)
         error = noteMade(place, dest.get());
     if (error == noErr)
-        error = m_plan.isDropBox ? CopyForksToDropBox(source.get(), dest.get(), m_buffer)
-                                 : CopyForks(source.get(), dest.get(), m_plan.hasVolumeCopy, m_buffer);
+        error = m_plan.isDropBox ? CopyForksToDropBox(file.item.get(), dest.get(), m_buffer)
+                                 : CopyForks(file.item.get(), dest.get(), m_plan.hasVolumeCopy, m_buffer);
     if (error == noErr)
-        error = finish(dest.get(), info);
+        error = finish(dest.get(), file.info);
     return error == noErr ? closeItem(dest) : error;
 }
 
-/// Makes the folder and reads which children are to come. Modes and times follow when it is left.
-OSStatus FSTreeCopy::enterFolder(const Place& place)
+/// Refuses a folder that is no part of the tree, and one that the copy itself lies in: what is mounted hides
+/// that from the look at the folders above, and folders may be moved meanwhile.
+OSStatus FSTreeCopy::checkFolder(const Place& place, const ItemInfo& info) const
 {
+    if (place.level > 0 && info.isMountPoint)
+        return fBsyErr;
+    const bool leadsToCopy = isSameItem(info, m_plan.dest) || (m_hasMade && isSameItem(info, m_made));
+    return leadsToCopy ? badMovErr : noErr;
+}
+
+/// Makes the folder and reads which children are to come. Modes and times follow when it is left.
+OSStatus FSTreeCopy::enterFolder(const Place& place, Found&& folder)
+{
+    OSStatus error = checkFolder(place, folder.info);
     Level level;
-    OSStatus error = openItem(place.folder, place.name, level.source, level.sourceInfo);
-    if (error == noErr && level.sourceInfo.kind != ItemKind::kFolder)
-        error = errFSBadFSRef;
-    // What is mounted on a folder does not belong to the tree.
-    if (error == noErr && level.sourceInfo.device != m_plan.source.device)
-        error = fBsyErr;
-    if (error == noErr && m_hasMade && isSameItem(level.sourceInfo, m_made))
-        error = badMovErr; // moved into the source meanwhile
+    level.source = std::move(folder.item);
+    level.sourceInfo = folder.info;
     if (error == noErr)
-        error = createFolderItem(place.destFolder, place.newName, level.dest);
-    if (error == noErr)
-        error = noteMade(place, level.dest.get());
-    if (error == noErr)
-        error = openItemInfo(level.dest.get(), level.destInfo);
+        error = makeLevel(place, level);
     const bool goesDeeper = m_request.maxLevels == 0 || place.level < m_request.maxLevels;
     if (error == noErr && goesDeeper)
         error = childNames(level.source.get(), level.names);
@@ -134,12 +143,26 @@ OSStatus FSTreeCopy::enterFolder(const Place& place)
     if (m_request.wantFSSpec)
         level.path = place.folderPath + "/" + place.name;
     m_levels.push_back(std::move(level));
-    if (m_levels.size() > kMaxOpenFolders) {
-        Level& farAbove = m_levels[m_levels.size() - 1 - kMaxOpenFolders];
-        farAbove.source.reset();
-        farAbove.dest.reset();
-    }
+    closeFarLevel();
     return noErr;
+}
+
+OSStatus FSTreeCopy::makeLevel(const Place& place, Level& level)
+{
+    OSStatus error = createFolderItem(place.destFolder, place.newName, level.dest);
+    if (error == noErr)
+        error = noteMade(place, level.dest.get());
+    return error == noErr ? openItemInfo(level.dest.get(), level.destInfo) : error;
+}
+
+/// Lets the level that lies kMaxOpenFolders above the innermost one give its descriptors back.
+void FSTreeCopy::closeFarLevel()
+{
+    if (m_levels.size() <= kMaxOpenFolders)
+        return;
+    Level& farAbove = m_levels[m_levels.size() - 1 - kMaxOpenFolders];
+    farAbove.source.reset();
+    farAbove.dest.reset();
 }
 
 OSStatus FSTreeCopy::reopenLevelAbove()

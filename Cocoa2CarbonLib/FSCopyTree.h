@@ -44,6 +44,12 @@ private:
         std::string folderPath; ///< kept where the filter procedure wants it
         UInt32 level;           ///< 0 for the item that the copy was asked for
     };
+    /// What a place held when it was looked at.
+    struct Found {
+        ItemInfo info;
+        Descriptor item;    ///< open, of a file or folder
+        std::string target; ///< of a link
+    };
     /// A folder whose children are being copied.
     struct Level {
         Descriptor source; ///< none while a level far enough below is at work
@@ -56,10 +62,14 @@ private:
 
     OSStatus step();
     OSStatus copyItem(const Place& place);
+    OSStatus findItem(const Place& place, int& answer, Found& found) const;
     OSStatus askFilter(const Place& place, const ItemInfo& info, int& answer) const;
-    OSStatus copyLink(const Place& place);
-    OSStatus copyFile(const Place& place);
-    OSStatus enterFolder(const Place& place);
+    OSStatus copyLink(const Place& place, const Found& link);
+    OSStatus copyFile(const Place& place, const Found& file);
+    OSStatus checkFolder(const Place& place, const ItemInfo& info) const;
+    OSStatus enterFolder(const Place& place, Found&& folder);
+    OSStatus makeLevel(const Place& place, Level& level);
+    void closeFarLevel();
     OSStatus leaveFolder();
     OSStatus reopenLevelAbove();
     OSStatus finish(int item, const ItemInfo& info);

@@ -67,6 +67,11 @@ UInt16 catalogNodeFlags(const struct statx& status)
     return static_cast<UInt16>((locked ? kFSNodeLockedMask : 0) | (isDirectory ? kFSNodeIsDirectoryMask : 0));
 }
 
+bool catalogIsMountPoint(const struct statx& status)
+{
+    return (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+}
+
 OSStatus unlockAt(int folder, const char* name)
 {
     constexpr int kFlags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;

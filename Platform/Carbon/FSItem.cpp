@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
@@ -54,6 +55,8 @@ OSStatus describe(int folder, const char* name, int flags, ItemInfo& info)
     info.mode = status.stx_mode & kModeBits;
     info.owner = status.stx_uid;
     info.group = status.stx_gid;
+    info.links = status.stx_nlink;
+    info.isMountPoint = catalogIsMountPoint(status);
     info.accessed = {status.stx_atime.tv_sec, status.stx_atime.tv_nsec};
     info.modified = {status.stx_mtime.tv_sec, status.stx_mtime.tv_nsec};
     return noErr;
@@ -89,6 +92,17 @@ OSStatus openContainerOfRef(const FSRef& ref, Descriptor& folder, std::string& n
     return folder ? noErr : errorFromErrno(errno);
 }
 
+std::string currentPath(int folder, const std::string& formerPath)
+{
+    struct stat status;
+    struct stat found;
+    const bool leadsThere = ::fstat(folder, &status) == 0 && ::stat(formerPath.c_str(), &found) == 0
+        && status.st_dev == found.st_dev && status.st_ino == found.st_ino;
+    std::string path;
+    const std::string self = "/proc/self/fd/" + std::to_string(folder);
+    return leadsThere || linkTarget(AT_FDCWD, self, path) != noErr ? formerPath : path;
+}
+
 OSStatus itemInfo(int folder, const std::string& name, ItemInfo& info)
 {
     return describe(folder, name.c_str(), 0, info);
@@ -117,6 +131,18 @@ OSStatus openItem(int folder, const std::string& name, Descriptor& item, ItemInf
     if (error == noErr)
         item = std::move(opened);
     return error;
+}
+
+OSStatus linkTarget(int folder, const std::string& name, std::string& target)
+{
+    target.resize(PATH_MAX);
+    const ssize_t length = ::readlinkat(folder, name.c_str(), target.data(), target.size());
+    if (length < 0)
+        return errno == EINVAL ? errFSBadFSRef : errorFromErrno(errno);
+    if (static_cast<std::size_t>(length) == target.size())
+        return errFSNameTooLong;
+    target.resize(static_cast<std::size_t>(length));
+    return noErr;
 }
 
 OSStatus openFolderAbove(int folder, const ItemInfo& expected, Descriptor& above)

@@ -34,6 +34,8 @@ struct ItemInfo {
     UInt32 mode = 0;      ///< the twelve permission bits
     UInt32 owner = 0;
     UInt32 group = 0;
+    UInt32 links = 0;          ///< how many names the object has
+    bool isMountPoint = false; ///< something is mounted there, and this tells of that
     ItemTime accessed;
     ItemTime modified;
 };
@@ -50,12 +52,17 @@ OSStatus openFolderOfRef(const FSRef& ref, Descriptor& folder);
 /// the root folder and for a path that ends in "..".
 OSStatus openContainerOfRef(const FSRef& ref, Descriptor& folder, std::string& name);
 
+/// The path of an open folder: `formerPath` while that leads to it, otherwise where it was moved to.
+std::string currentPath(int folder, const std::string& formerPath);
+
 /// Describes the item `name` of an open folder, or an open item.
 OSStatus itemInfo(int folder, const std::string& name, ItemInfo& info);
 OSStatus openItemInfo(int item, ItemInfo& info);
 /// Opens a file or folder for reading and describes it. notAFileErr for another kind, errFSBadFSRef when the
 /// name changes its object meanwhile.
 OSStatus openItem(int folder, const std::string& name, Descriptor& item, ItemInfo& info);
+/// The target of a symbolic link. errFSBadFSRef when the name is no link (any more).
+OSStatus linkTarget(int folder, const std::string& name, std::string& target);
 /// Opens the folder above the open `folder` for reading. errFSBadFSRef when it is not `expected`.
 OSStatus openFolderAbove(int folder, const ItemInfo& expected, Descriptor& above);
 /// Tells whether the open `folder` is `container` or lies anywhere inside it.

@@ -4,7 +4,6 @@
 #include "Platform/Support/ErrorNumbers.h"
 
 #include <cerrno>
-#include <climits>
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -73,20 +72,9 @@ OSStatus createFolderItem(int folder, const std::string& name, Descriptor& creat
     return error;
 }
 
-OSStatus copyLinkItem(int sourceFolder, const std::string& sourceName, int folder, const std::string& name)
+OSStatus createLinkItem(int folder, const std::string& name, const std::string& target, const ItemInfo& info)
 {
-    ItemInfo info;
-    const OSStatus error = itemInfo(sourceFolder, sourceName, info);
-    if (error != noErr)
-        return error;
-    char target[PATH_MAX];
-    const ssize_t length = ::readlinkat(sourceFolder, sourceName.c_str(), target, sizeof target);
-    if (length < 0)
-        return errno == EINVAL ? errFSBadFSRef : errorFromErrno(errno);
-    if (static_cast<std::size_t>(length) == sizeof target)
-        return errFSNameTooLong;
-    const std::string text(target, static_cast<std::size_t>(length));
-    if (::symlinkat(text.c_str(), folder, name.c_str()) != 0)
+    if (::symlinkat(target.c_str(), folder, name.c_str()) != 0)
         return errorFromErrno(errno);
     const struct timespec times[2] = {asTimespec(info.accessed), asTimespec(info.modified)};
     (void)::utimensat(folder, name.c_str(), times, AT_SYMLINK_NOFOLLOW); // not every file system can

@@ -14,8 +14,8 @@ inline constexpr UInt32 kBusyFileMode = 0200;
 OSStatus createFileItem(int folder, const std::string& name, Descriptor& file);
 /// Makes an empty folder of mode 0700, open for reading.
 OSStatus createFolderItem(int folder, const std::string& name, Descriptor& created);
-/// Makes a link with the target and, where the file system can, the times of the link `sourceName`.
-OSStatus copyLinkItem(int sourceFolder, const std::string& sourceName, int folder, const std::string& name);
+/// Makes a link with this target and, where the file system can, the times of `info`.
+OSStatus createLinkItem(int folder, const std::string& name, const std::string& target, const ItemInfo& info);
 OSStatus renameItem(int folder, const std::string& oldName, const std::string& newName);
 
 /// Gives an open item the mode and the times of `info`, to the nanosecond where the file system can. The

@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <memory>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <utility>
 
 namespace {
@@ -53,14 +54,15 @@ OSStatus identityOf(const Stream& stream, Identity& identity)
     return noErr;
 }
 
-/// Whether something is mounted there. A folder of the same file system may be (a bind mount), so its device
-/// alone does not tell.
-bool isMountPoint(const Stream& stream)
+bool isMountPoint(const Stream& stream, dev_t deviceAbove)
 {
     struct statx status;
     if (::statx(::dirfd(stream.get()), "", AT_EMPTY_PATH, STATX_TYPE, &status) != 0)
         return true; // what cannot be looked at is left alone
-    return (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    if ((status.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) != 0)
+        return catalogIsMountPoint(status);
+    // A system before Linux 5.8 does not tell; better a subvolume stays than what is mounted goes.
+    return makedev(status.stx_dev_major, status.stx_dev_minor) != deviceAbove;
 }
 
 bool isDotEntry(const char* name)
@@ -179,7 +181,7 @@ OSStatus FSOpenChildIterator(FSIterator parent, FSIterator* child)
         error = identityOf(walk->stream, walk->identity);
     if (error != noErr)
         return error;
-    if (walk->identity.device != parent->identity.device || isMountPoint(walk->stream))
+    if (isMountPoint(walk->stream, parent->identity.device))
         return fBsyErr;
     closeFarAncestor(walk.get());
     *child = walk.release();

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <iterator>
+#include <linux/magic.h>
 #include <sys/vfs.h>
 
 namespace {
@@ -22,7 +23,8 @@ OSStatus volumeParms(int folder, VolumeParms& parms)
     struct statfs status;
     if (::fstatfs(folder, &status) != 0)
         return errorFromErrno(errno);
-    parms = {kFilledBlockBytes, 0, isLocalVolumeType(static_cast<UInt32>(status.f_type))};
+    const UInt32 type = static_cast<UInt32>(status.f_type);
+    parms = {kFilledBlockBytes, 0, isLocalVolumeType(type), type == BTRFS_SUPER_MAGIC};
     return noErr;
 }
 

@@ -4,11 +4,11 @@
 #include "tests/Cocoa2CarbonLib/CopyCall.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/FileTrees.h"
+#include "tests/support/PrivateMounts.h"
 #include "tests/support/TempDir.h"
 
 #include <gmock/gmock.h>
 
-#include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -16,8 +16,6 @@
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr int kCannotMount = 3;
 
 class FSCopyFailureTest : public testing::Test {
 protected:
@@ -44,8 +42,7 @@ protected:
 /// Mounts a file system in memory that only the calling process sees. False where that is not allowed.
 bool mountSmall(const fs::path& folder, const char* options)
 {
-    return ::unshare(CLONE_NEWNS) == 0 && ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0
-        && ::mount("none", folder.c_str(), "tmpfs", 0, options) == 0;
+    return mounts::separate() && mounts::mountNew(folder, "tmpfs", options);
 }
 
 int stopAtSecondChild(UInt32 level, const FSCatalogInfo*, const FSSpec*, const HFSUniStr255*, void* children)
@@ -118,14 +115,14 @@ TEST_F(FSCopyFailureTest, LeavesNothingOnAFullVolume)
         m_temp.write("tree/file" + std::to_string(i), "x");
     const int status = child::run([&] {
         if (!mountSmall(m_dest, "size=1m"))
-            return kCannotMount;
+            return mounts::kCannotMount;
         EXPECT_EQ(copy(m_tree), -34);
         EXPECT_TRUE(fs::is_empty(m_dest));
         EXPECT_EQ(copy(m_tree / "sub/big"), -34);
         EXPECT_TRUE(fs::is_empty(m_dest));
         return HasFailure() ? 1 : 0;
     });
-    if (status == kCannotMount)
+    if (status == mounts::kCannotMount)
         GTEST_SKIP() << "mounting needs user id 0";
     EXPECT_EQ(status, 0);
 }
@@ -135,7 +132,7 @@ TEST_F(FSCopyFailureTest, PutsTheReplacedObjectBackOnAFullVolume)
     const fs::path big = m_temp.write("big", std::string(3 << 20, 'x'));
     const int status = child::run([&] {
         if (!mountSmall(m_dest, "size=1m"))
-            return kCannotMount;
+            return mounts::kCannotMount;
         m_temp.write("dest/big", "old");
         CopyCall call;
         call.source = big;
@@ -149,7 +146,7 @@ TEST_F(FSCopyFailureTest, PutsTheReplacedObjectBackOnAFullVolume)
         EXPECT_THAT(trees::names(m_dest), testing::ElementsAre("big"));
         return HasFailure() ? 1 : 0;
     });
-    if (status == kCannotMount)
+    if (status == mounts::kCannotMount)
         GTEST_SKIP() << "mounting needs user id 0";
     EXPECT_EQ(status, 0);
 }
@@ -159,14 +156,14 @@ TEST_F(FSCopyFailureTest, CopiesToAnotherVolumeThroughTheBuffer)
     m_temp.write("tree/sub/file", std::string(600000, 'x'));
     const int status = child::run([&] {
         if (!mountSmall(m_dest, "size=4m"))
-            return kCannotMount;
+            return mounts::kCannotMount;
         std::string printed;
         EXPECT_EQ(copy(m_tree, &printed), 0);
         EXPECT_THAT(printed, testing::HasSubstr("\t\t\t\tisDropBox: no, PBHCopyFileSync supported: no\n\n"));
         EXPECT_EQ(describeTree(m_dest / "tree"), describeTree(m_tree));
         return HasFailure() ? 1 : 0;
     });
-    if (status == kCannotMount)
+    if (status == mounts::kCannotMount)
         GTEST_SKIP() << "mounting needs user id 0";
     EXPECT_EQ(status, 0);
 }
@@ -176,10 +173,10 @@ TEST_F(FSCopyFailureTest, ReportsAReadOnlyVolume)
     const int status = child::run([&] {
         if (!mountSmall(m_dest, "size=1m")
             || ::mount("none", m_dest.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) != 0)
-            return kCannotMount;
+            return mounts::kCannotMount;
         return copy(m_tree) == -44 ? 0 : 1;
     });
-    if (status == kCannotMount)
+    if (status == mounts::kCannotMount)
         GTEST_SKIP() << "mounting needs user id 0";
     EXPECT_EQ(status, 0);
 }
@@ -189,12 +186,12 @@ TEST_F(FSCopyFailureTest, RefusesWhatIsMountedInTheSource)
     const fs::path mounted = m_temp.makeFolder("tree/mounted");
     const int status = child::run([&] {
         if (!mountSmall(mounted, "size=1m"))
-            return kCannotMount;
+            return mounts::kCannotMount;
         EXPECT_EQ(copy(m_tree), -47);
         EXPECT_TRUE(fs::is_empty(m_dest));
         return HasFailure() ? 1 : 0;
     });
-    if (status == kCannotMount)
+    if (status == mounts::kCannotMount)
         GTEST_SKIP() << "mounting needs user id 0";
     EXPECT_EQ(status, 0);
 }
@@ -257,16 +254,14 @@ TEST_F(FSCopyFailureTest, ReportsAttributesThatTheDestinationCannotHold)
     const fs::path file = m_temp.write("tree/file", "x");
     if (!setAttribute(file, "user.origin", "somewhere"))
         GTEST_SKIP() << "the file system has no extended attributes";
-    const fs::path ramfs = m_dest;
     const int status = child::run([&] {
-        if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0
-            || ::mount("none", ramfs.c_str(), "ramfs", 0, nullptr) != 0)
-            return kCannotMount;
+        if (!mounts::separate() || !mounts::mountNew(m_dest, "ramfs", nullptr))
+            return mounts::kCannotMount;
         EXPECT_EQ(copy(m_tree), -123);
         EXPECT_TRUE(fs::is_empty(m_dest));
         return HasFailure() ? 1 : 0;
     });
-    if (status == kCannotMount)
+    if (status == mounts::kCannotMount)
         GTEST_SKIP() << "mounting needs user id 0";
     EXPECT_EQ(status, 0);
 }

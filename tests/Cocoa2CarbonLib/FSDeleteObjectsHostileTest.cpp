@@ -4,6 +4,7 @@
 #include "Platform/Support/Descriptor.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/FileTrees.h"
+#include "tests/support/PrivateMounts.h"
 #include "tests/support/TempDir.h"
 
 #include <gtest/gtest.h>
@@ -13,10 +14,8 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
-#include <sched.h>
 #include <string>
 #include <sys/fanotify.h>
-#include <sys/mount.h>
 #include <sys/resource.h>
 #include <thread>
 #include <unistd.h>
@@ -269,14 +268,12 @@ TEST_F(FSDeleteObjectsHostileTest, LeavesAFolderOfTheSameFileSystemThatIsMounted
     const fs::path mounted = m_temp.makeFolder("tree/mounted");
     const fs::path elsewhere = m_temp.write("elsewhere/file", "kept");
     const FSRef ref = refTo(m_tree);
-    constexpr int kCannotMount = 3;
     const int status = child::run([&] {
-        if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0
-            || ::mount(elsewhere.parent_path().c_str(), mounted.c_str(), nullptr, MS_BIND, nullptr) != 0)
-            return kCannotMount;
+        if (!mounts::separate() || !mounts::bind(elsewhere.parent_path(), mounted))
+            return mounts::kCannotMount;
         return deleteQuietly(ref) == -47 ? 0 : 1;
     });
-    if (status == kCannotMount)
+    if (status == mounts::kCannotMount)
         GTEST_SKIP() << "mounting needs user id 0";
     EXPECT_EQ(status, 0);
     EXPECT_EQ(readWholeFile(elsewhere), "kept");
@@ -286,17 +283,15 @@ TEST_F(FSDeleteObjectsHostileTest, LeavesAMountedFileSystemAlone)
 {
     const fs::path mounted = m_temp.makeFolder("tree/mounted");
     const FSRef ref = refTo(m_tree);
-    constexpr int kCannotMount = 3;
     // In a name space of the child's own: nobody else sees the mount, and it ends with the child.
     const int status = child::run([&] {
-        if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0
-            || ::mount("none", mounted.c_str(), "tmpfs", 0, nullptr) != 0)
-            return kCannotMount;
+        if (!mounts::separate() || !mounts::mountNew(mounted, "tmpfs", nullptr))
+            return mounts::kCannotMount;
         m_temp.write("tree/mounted/file", "kept");
         const OSStatus error = deleteQuietly(ref);
         return error == -47 && readWholeFile(mounted / "file") == "kept" ? 0 : 1;
     });
-    if (status == kCannotMount)
+    if (status == mounts::kCannotMount)
         GTEST_SKIP() << "mounting needs user id 0";
     EXPECT_EQ(status, 0);
 }

@@ -74,6 +74,28 @@ TEST_F(FSItemTest, OpensFilesAndFoldersOnly)
     EXPECT_EQ(openItem(m_folder.get(), "missing", item, info), -43);
 }
 
+TEST_F(FSItemTest, ReadsTheTargetsOfLinksOnly)
+{
+    m_temp.write("folder/file", "x");
+    const std::string longest(4095, 't');
+    fs::create_symlink(longest, m_path / "link");
+    std::string target;
+    EXPECT_EQ(linkTarget(m_folder.get(), "link", target), 0);
+    EXPECT_EQ(target, longest);
+    EXPECT_EQ(linkTarget(m_folder.get(), "file", target), -1401);
+    EXPECT_EQ(linkTarget(m_folder.get(), "missing", target), -43);
+}
+
+TEST_F(FSItemTest, TellsWhereAnOpenFolderIsNow)
+{
+    fs::create_directory_symlink(m_path, m_temp.at("link"));
+    EXPECT_EQ(currentPath(m_folder.get(), m_path.string()), m_path.string());
+    EXPECT_EQ(currentPath(m_folder.get(), m_temp.at("link").string()), m_temp.at("link").string());
+    fs::rename(m_path, m_temp.at("moved"));
+    m_temp.makeFolder("folder");
+    EXPECT_EQ(currentPath(m_folder.get(), m_path.string()), m_temp.at("moved").string());
+}
+
 TEST_F(FSItemTest, FindsAReferencesFolderAndName)
 {
     Descriptor folder;
