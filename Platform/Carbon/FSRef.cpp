@@ -34,7 +34,7 @@ bool tidyPath(std::string_view path, std::string& tidy)
         at = end + 1;
     }
     if (tidy.empty())
-        tidy = "/";
+        tidy.push_back('/');
     return true;
 }
 
