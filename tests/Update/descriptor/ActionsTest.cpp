@@ -122,6 +122,17 @@ TEST(CUnzip, RefusesAPathThatDoesNotFit)
     expectRefused(CUnzip(), "<location>" + kOverlongPath + "</location>");
 }
 
+TEST(CUnzip, TakesAPathOf1023UnitsAndNotOfMore)
+{
+    const std::string longest = "/" + std::string(1022, 'x');
+    CUnzip unzip;
+    parse(unzip, "<location>" + longest + "</location><destination>" + longest + "</destination>");
+    EXPECT_EQ(unzip.location().size(), 1023u);
+    EXPECT_EQ(unzip.destination().size(), 1023u);
+    expectRefused(CUnzip(), "<location>" + longest + "x</location>");
+    expectRefused(CUnzip(), "<destination>" + longest + "x</destination>");
+}
+
 TEST(CUnzip, CollectsArchivesInOrderAndIgnoresNull)
 {
     CUnzip unzip;
@@ -188,6 +199,15 @@ TEST(CRun, ReadsNoDestination)
 TEST(CRun, RefusesALocationThatDoesNotFit)
 {
     expectRefused(CRun(), "<location>" + kOverlongPath + "</location>");
+}
+
+TEST(CRun, TakesALocationOf1023UnitsAndNotOfMore)
+{
+    const std::string longest = "/" + std::string(1022, 'x');
+    CRun run;
+    parse(run, "<location>" + longest + "</location>");
+    EXPECT_EQ(run.location().size(), 1023u);
+    expectRefused(CRun(), "<location>" + longest + "x</location>");
 }
 
 TEST(CRun, ReplacesAndClearsItsDefaultFolder)

@@ -113,3 +113,75 @@ TEST_F(CRunDoAction, FailsForWhatNothingOpens)
     EXPECT_TRUE(fs::exists(file));
     EXPECT_EQ(run(at("work/step/missing")), 0);
 }
+
+TEST_F(CRunDoAction, StartsNothingForALocationThatNamesNoFile)
+{
+    (void)script("work/step/run", "echo > \"$0.started\"");
+    const std::string step = at("work/step").string();
+    for (const std::string& location : {std::string(), std::string("/"), std::string("//"), std::string("/."),
+             std::string(".."), std::string("/.."), step + "/..", step + "/run/", step + "/run/.",
+             step + "/missing", "/" + std::string(1022, 'x')})
+        EXPECT_EQ(run(location), 0) << location;
+    EXPECT_FALSE(fs::exists(at("work/step/run.started")));
+    EXPECT_TRUE(fs::exists(at("work/step/run")));
+}
+
+TEST_F(CRunDoAction, TakesALocationHoweverItIsWritten)
+{
+    const fs::path former = fs::current_path();
+    const std::string step = at("work/step").string();
+    for (const std::string& location : {step + "//run", step + "/./run", step + "/../step/run",
+             step + "/inner/../run", "/" + step + "/run", std::string("step/run")}) {
+        (void)m_home.folder().makeFolder("work/step/inner");
+        (void)script("work/step/run", "true");
+        fs::current_path(at("work"));
+        EXPECT_EQ(run(location), 1) << location;
+        fs::current_path(former);
+        EXPECT_FALSE(fs::exists(step)) << location;
+        EXPECT_TRUE(fs::exists(at("work"))) << location;
+    }
+}
+
+TEST_F(CRunDoAction, StartsAFileWhosePathHas1023BytesAndNotOneMore)
+{
+    std::string folder = at("work").string();
+    while (folder.size() < 800)
+        folder += "/" + std::string(99, 'd');
+    for (const std::size_t length : {std::size_t {1022}, std::size_t {1023}}) {
+        const std::string file = folder + "/" + std::string(length - folder.size() - 1, 'r');
+        (void)script(fs::relative(file, m_home.path()).string(), "true");
+        EXPECT_EQ(run(file), 1) << length;
+        EXPECT_FALSE(fs::exists(folder)) << length;
+    }
+    // 1024 bytes, but one unit less: it fits the descriptor and not the file system's calls.
+    const std::string file = folder + "/" + std::string(1024 - folder.size() - 3, 'r') + "\xC3\xA9";
+    ASSERT_EQ(file.size(), 1024u);
+    (void)script(fs::relative(file, m_home.path()).string(), "true");
+    EXPECT_EQ(run(file), 0);
+    EXPECT_TRUE(fs::exists(file));
+}
+
+TEST_F(CRunDoAction, KeepsTheHomeHoweverItIsReached)
+{
+    (void)m_home.folder().write("home/precious", "x");
+    (void)m_home.folder().makeFolder("work/step");
+    fs::create_directory_symlink(at("home"), at("work/step/link"));
+    for (const char* folder : {"home", "work/step/link", "work/step/../../home", "work/step/link/.", ""}) {
+        (void)script("home/program", "true");
+        (void)script("program", "true"); // beside the home: that folder holds it
+        EXPECT_EQ(run(at(folder) / "program"), 1) << folder;
+        EXPECT_TRUE(fs::exists(at("home/precious"))) << folder;
+        EXPECT_TRUE(fs::exists(at("home/program"))) << folder;
+        EXPECT_TRUE(fs::is_symlink(at("work/step/link"))) << folder;
+    }
+}
+
+TEST_F(CRunDoAction, DeletesALinkThatItStartedAndNotWhatItLeadsTo)
+{
+    const fs::path program = script("elsewhere/program", "true");
+    (void)m_home.folder().makeFolder("work/step");
+    fs::create_symlink(program, at("work/step/run"));
+    EXPECT_EQ(run(at("work/step/run")), 1);
+    EXPECT_FALSE(fs::exists(at("work/step")));
+    EXPECT_TRUE(fs::exists(program));
+}

@@ -1,6 +1,7 @@
 // The order of an unzip batch and its waits.
 #include "Platform/Support/ErrorNumbers.h"
 #include "Update/descriptor/UnzipAction.h"
+#include "tests/Update/descriptor/ParsedTree.h"
 #include "tests/Update/descriptor/ScriptedPlatform.h"
 #include "tests/support/TempDir.h"
 
@@ -118,5 +119,10 @@ TEST(CUnzipSteps, LaunchNothingForAnEmptyBatch)
 {
     ScriptedPlatform platform;
     EXPECT_FALSE(CUnzip().DoVecFSRefAction());
+    const CConstants constants;
+    const ParsedTree tree("<action><location>/no/such/folder/a.zip</location></action>");
+    CUnzip missing;
+    ASSERT_EQ(missing.Parse(tree.root(), &constants), 1);
+    EXPECT_EQ(missing.DoAction(nullptr, nullptr), 0);
     EXPECT_TRUE(platform.calls.empty());
 }
