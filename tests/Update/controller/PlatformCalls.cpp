@@ -1,9 +1,11 @@
 #include "tests/Update/controller/PlatformCalls.h"
 
 #include "Platform/Carbon/EventLoop.h"
+#include "Platform/Carbon/Folders.h"
 #include "Platform/Carbon/Processes.h"
 #include "Platform/CoreFoundation/CFMessagePort.h"
 #include "Platform/Security/Authorization.h"
+#include "Platform/Support/ErrorNumbers.h"
 
 #include <cstdlib>
 #include <dlfcn.h>
@@ -36,6 +38,14 @@ void forgetPlatformCalls()
 }
 
 // The program's own definitions stand before the platform library's.
+EventLoopTimerUPP NewEventLoopTimerUPP(EventLoopTimerProcPtr proc)
+{
+    static auto* const own
+        = platformsOwn(&NewEventLoopTimerUPP, "_Z20NewEventLoopTimerUPPPFvP23OpaqueEventLoopTimerRefPvE");
+    ++platformCalls().timerProcedures;
+    return own(proc);
+}
+
 OSStatus InstallEventLoopTimer(EventLoopRef loop, EventTimerInterval fireDelay, EventTimerInterval interval,
     EventLoopTimerUPP upp, void* userData, EventLoopTimerRef* timer)
 {
@@ -43,6 +53,8 @@ OSStatus InstallEventLoopTimer(EventLoopRef loop, EventTimerInterval fireDelay, 
         "_Z21InstallEventLoopTimerP18OpaqueEventLoopRefddP23OpaqueEventLoopTimerUPPPvPP23OpaqueEventLoopTimer"
         "Ref");
     platformCalls().timersInstalled.push_back(fireDelay);
+    if (platformCalls().failingTimer == fireDelay)
+        return paramErr;
     return own(loop, fireDelay, interval, upp, userData, timer);
 }
 
@@ -75,6 +87,8 @@ OSStatus AuthorizationCreate(const AuthorizationItemSet* rights, const Authoriza
 {
     static auto* const own = platformsOwn(&AuthorizationCreate,
         "_Z19AuthorizationCreatePK20AuthorizationItemSetS1_jPP22AuthorizationOpaqueRef");
+    if (platformCalls().authorizationFails)
+        return errAuthorizationDenied;
     if (environment && environment->count == 1 && environment->items[0].flags == 0) {
         const AuthorizationItem& item = environment->items[0];
         platformCalls().rightName = item.name;
@@ -106,4 +120,12 @@ OSStatus SetFrontProcess(const ProcessSerialNumber* process)
     static auto* const own = platformsOwn(&SetFrontProcess, "_Z15SetFrontProcessPK19ProcessSerialNumber");
     platformCalls().order.emplace_back("front");
     return own(process);
+}
+
+OSStatus FlushVol(const void* volumeName, SInt16 volumeNumber)
+{
+    static auto* const own = platformsOwn(&FlushVol, "_Z8FlushVolPKvs");
+    if (!volumeName && volumeNumber == 0)
+        platformCalls().order.emplace_back("flush");
+    return own(volumeName, volumeNumber);
 }

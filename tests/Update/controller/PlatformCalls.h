@@ -17,6 +17,7 @@ struct PlatformCalls {
         double replyTimeoutSeconds = -1;
     };
 
+    int timerProcedures = 0;             ///< how many were made
     std::vector<double> timersInstalled; ///< delays in seconds
     std::vector<double> timersSet;       ///< delays in seconds
     std::vector<Request> requests;
@@ -24,12 +25,16 @@ struct PlatformCalls {
     std::string rightValue; ///< its bytes
     std::string toolStarted;
     std::vector<std::string> toolArguments;
-    std::vector<std::string> order; ///< names of noted steps, as they came
+    /// Names of noted steps, as they came: "tool", "front", "flush", "quit", "request".
+    std::vector<std::string> order;
 
     /// Called once while the helper tool's start is waited for, as events would be.
     std::function<void()> whileToolStarts;
     /// What starting the helper tool gives instead of starting it.
     std::optional<OSStatus> toolResult;
+    /// The delay of the timer that cannot be installed, in seconds.
+    std::optional<double> failingTimer;
+    bool authorizationFails = false;
 };
 
 /// What was noted since the last forgetPlatformCalls().

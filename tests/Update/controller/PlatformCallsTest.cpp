@@ -103,6 +103,51 @@ TEST_F(AskedOfThePlatform, TheToolIsToRepairItselfAndThenTheWindowsComeToTheFron
     EXPECT_EQ(platformCalls().order[1], "front");
 }
 
+TEST_F(AskedOfThePlatform, TheDiskIsBroughtUpToDateBeforeEachDownload)
+{
+    offerAndOpen({PublishedFile {.location = "a.zip"}, PublishedFile {.location = "b.zip"}});
+    confirmAndWait();
+    EXPECT_EQ(
+        platformCalls().order, (std::vector<std::string> {"tool", "front", "flush", "flush", "request"}));
+}
+
+TEST_F(AskedOfThePlatform, TheProcedureOfTheStepsIsMadeOnceForAllRuns)
+{
+    offerAndOpen({PublishedFile {}});
+    confirmAndWait();
+    EXPECT_GE(platformCalls().timerProcedures, 1);
+    forgetPlatformCalls();
+    host().endings.clear();
+    updateAll();
+    EXPECT_EQ(platformCalls().timerProcedures, 0);
+}
+
+TEST_F(AskedOfThePlatform, WithoutATimerForTheStepsTheMessageJustEnds)
+{
+    offerAndOpen({PublishedFile {}});
+    platformCalls().failingTimer = kExpectedTickSeconds;
+    confirmAndWait();
+    EXPECT_EQ(host().endings.size(), 1u);
+    EXPECT_EQ(plugin().busy(), 0);
+    EXPECT_EQ(alerts(), "");
+    EXPECT_TRUE(host().requests.empty());
+    EXPECT_EQ(windowWith("hscrl_process"), nullptr);
+    platformCalls().failingTimer.reset();
+    host().endings.clear();
+    updateAll();
+    EXPECT_EQ(alerts(), "All done\n") << "the next run has a timer again";
+}
+
+TEST_F(AskedOfThePlatform, AnAuthorisationThatCannotBeMadeStartsNoTool)
+{
+    offerAndOpen({PublishedFile {}});
+    platformCalls().authorizationFails = true;
+    confirmAndWait();
+    EXPECT_TRUE(platformCalls().order.empty());
+    EXPECT_EQ(alerts(), "");
+    EXPECT_EQ(plugin().busy(), 0);
+}
+
 TEST_F(AskedOfThePlatform, ARefusedAuthorisationEndsTheMessageQuietly)
 {
     offer({PublishedFile {}});
@@ -136,7 +181,8 @@ TEST_F(AskedOfThePlatform, TheLoopIsEndedBeforeTheHostIsAskedToStartAgain)
     ASSERT_EQ(open(), 0);
     forgetPlatformCalls();
     confirmAndWait();
-    EXPECT_EQ(platformCalls().order, (std::vector<std::string> {"tool", "front", "quit", "request"}));
+    EXPECT_EQ(
+        platformCalls().order, (std::vector<std::string> {"tool", "front", "flush", "quit", "request"}));
     ASSERT_EQ(platformCalls().requests.size(), 1u);
     EXPECT_EQ(platformCalls().requests[0].id, kUQRL);
 }
