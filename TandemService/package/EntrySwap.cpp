@@ -63,6 +63,9 @@ InstallResult listSwap(const SwapFolders& folders, std::size_t maxEntries, SwapL
     for (const std::string& name : names) {
         if (name == kStagingNameWithin)
             return {InstallError::packageUnsafe, "a member has a reserved name: " + name};
+        // It would move away with the old entry.
+        if (holdsMountAt(folders.target, name))
+            return {InstallError::swapFailed, "something is mounted in \"" + name + "\""};
         entries.push_back({name, existsAt(folders.target, name)});
     }
     return {};

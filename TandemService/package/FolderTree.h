@@ -16,9 +16,13 @@ bool existsAt(int parent, const std::string& name);
 /// or holds more than `maxNames`.
 bool listFolder(int folder, std::size_t maxNames, std::vector<std::string>& names);
 
-/// Removes `name` with everything in it, never through a symbolic link; folders without rights for their
-/// owner get them first. A missing object is fine. False, with errno set, when something is left.
+/// Removes `name` with everything in it, whatever its depth, never through a symbolic link nor what is
+/// mounted in it (EBUSY); folders without rights for their owner get them first. A missing object is fine.
+/// False, with errno set, when something is left.
 bool removeTreeAt(int parent, const std::string& name);
+
+/// True when something is mounted on `name` or anywhere in it, as far as this user may look.
+bool holdsMountAt(int parent, const std::string& name);
 
 /// Puts a folder's entries on disk. False with errno set.
 bool syncFolder(int folder);
