@@ -48,10 +48,15 @@ bool isPayload(archive_entry* entry)
 /// members, and members of this format have no gaps.
 class MemberStream {
 public:
-    explicit MemberStream(archive* reader)
+    /// `bytesLeft`: how much all members together may still give.
+    MemberStream(archive* reader, std::uint64_t& bytesLeft)
         : m_reader(reader)
+        , m_bytesLeft(bytesLeft)
     {
     }
+
+    /// True when the member was not read to its end because there were no bytes left to give.
+    bool isTooLarge() const { return m_isTooLarge; }
 
     /// Up to `size` bytes; 0 at the end of the member, whose checksum was right then; -1 on an error.
     std::ptrdiff_t read(char* buffer, std::size_t size)
@@ -64,6 +69,10 @@ public:
                 m_size = 0;
                 return status == ARCHIVE_EOF ? 0 : -1;
             }
+            m_isTooLarge = m_size > m_bytesLeft;
+            if (m_isTooLarge)
+                return -1;
+            m_bytesLeft -= m_size;
             m_block = static_cast<const char*>(block);
         }
         const std::size_t count = std::min(size, m_size);
@@ -75,29 +84,28 @@ public:
 
 private:
     archive* m_reader;
+    std::uint64_t& m_bytesLeft;
+    bool m_isTooLarge = false;
     const char* m_block = nullptr;
     std::size_t m_size = 0;
 };
 
-/// Reads a member for its checksum only.
-InstallResult readThrough(archive* reader, const InstallLimits& limits)
+/// Reads a member for its checksum only. False on an error.
+bool readThrough(MemberStream& member)
 {
     std::vector<char> block(kBlockBytes);
-    std::uint64_t total = 0;
-    MemberStream member(reader);
     std::ptrdiff_t count = 0;
-    while ((count = member.read(block.data(), block.size())) > 0) {
-        total += static_cast<std::uint64_t>(count);
-        if (total > limits.streamBytes)
-            return {InstallError::packageTooLarge, "a member of the package is too large"};
-    }
-    return count == 0 ? InstallResult {} : damaged(reader);
+    do
+        count = member.read(block.data(), block.size());
+    while (count > 0);
+    return count == 0;
 }
 
 InstallResult readMembers(archive* reader, const InstallLimits& limits, const PayloadReader& readPayload)
 {
     bool payloadSeen = false;
     std::size_t members = 0;
+    std::uint64_t bytesLeft = limits.streamBytes;
     archive_entry* entry = nullptr;
     int status = ARCHIVE_OK;
     while ((status = archive_read_next_header(reader, &entry)) == ARCHIVE_OK) {
@@ -107,11 +115,15 @@ InstallResult readMembers(archive* reader, const InstallLimits& limits, const Pa
         if (payload && payloadSeen)
             return {InstallError::packageKind, "the package holds more than one payload"};
         payloadSeen = payloadSeen || payload;
-        MemberStream member(reader);
+        MemberStream member(reader, bytesLeft);
         const auto fill = [&member](char* buffer, std::size_t size) { return member.read(buffer, size); };
-        const InstallResult result = payload
-            ? readPayloadArchive(fill, PayloadFormat::cpio, limits, readPayload)
-            : readThrough(reader, limits);
+        InstallResult result;
+        if (payload)
+            result = readPayloadArchive(fill, PayloadFormat::cpio, limits, readPayload);
+        else if (!readThrough(member))
+            result = damaged(reader);
+        if (member.isTooLarge())
+            return {InstallError::packageTooLarge, "the package's members are too large"};
         if (!result.ok())
             return result;
     }

@@ -167,9 +167,14 @@ InstallResult checkXarChecksums(int file, const InstallLimits& limits)
     if (found.empty() || !readFully(file, stored.data(), stored.size(), heap + table.toc.offset)
         || hexadecimal(stored) != found)
         return kDamaged;
+    std::uint64_t bytesLeft = limits.streamBytes;
     for (const XarRun& run : table.members) {
         if (!liesWithin(run, heapBytes))
             return kDamaged;
+        // The runs may overlap, so that a small file names more bytes than any machine can read.
+        if (run.length > bytesLeft)
+            return {InstallError::packageTooLarge, "the package's members are too large"};
+        bytesLeft -= run.length;
         const std::string sum = checksumOfFile(file, heap + run.offset, run.length, run.style);
         if (sum.empty() || g_ascii_strcasecmp(sum.c_str(), run.checksum.c_str()) != 0)
             return kDamaged;

@@ -96,6 +96,26 @@ std::string gzip(std::string_view bytes)
     });
 }
 
+std::string newCpioMember(
+    unsigned number, unsigned mode, unsigned links, const std::string& path, const std::string& content)
+{
+    const std::string name = path + '\0';
+    const unsigned fields[] = {number, mode, 0, 0, links, 0, static_cast<unsigned>(content.size()), 0, 0, 0,
+        0, static_cast<unsigned>(name.size()), 0};
+    std::string bytes = "070701";
+    for (const unsigned field : fields) {
+        char digits[9];
+        (void)std::snprintf(digits, sizeof digits, "%08x", field); // always eight
+        bytes += digits;
+    }
+    const auto pad = [&bytes] { bytes.append((4 - bytes.size() % 4) % 4, '\0'); };
+    bytes += name;
+    pad();
+    bytes += content;
+    pad();
+    return bytes;
+}
+
 PackageBuilder& PackageBuilder::file(const std::string& path, const std::string& content, mode_t mode)
 {
     m_members.push_back({.path = path, .type = S_IFREG, .content = content, .mode = mode, .link = {}});
@@ -156,13 +176,13 @@ fs::path writeBundleAround(const fs::path& folder, std::string_view archiveBytes
     return folder;
 }
 
-fs::path writeFlatAround(
-    const fs::path& file, std::string_view payloadBytes, const std::vector<std::string>& payloadNames)
+fs::path writeFlatAround(const fs::path& file, std::string_view payloadBytes,
+    const std::vector<std::string>& payloadNames, const std::string& bill)
 {
     const auto prepare
         = [](::archive* writer) { require(archive_write_set_format_xar(writer) == ARCHIVE_OK, "xar"); };
     const std::string bytes = write(prepare, [&](::archive* writer) {
-        writeMember(writer, {.path = "Bom", .type = S_IFREG, .content = "bill of materials", .link = {}});
+        writeMember(writer, {.path = "Bom", .type = S_IFREG, .content = bill, .link = {}});
         for (const std::string& name : payloadNames)
             writeMember(
                 writer, {.path = name, .type = S_IFREG, .content = std::string(payloadBytes), .link = {}});

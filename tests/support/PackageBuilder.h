@@ -26,6 +26,11 @@ enum class Format { pax, newCpio, oldCpio };
 /// `bytes` as one gzip member.
 std::string gzip(std::string_view bytes);
 
+/// One member of a cpio archive of the new form, byte by byte. Members of the same number are links to one
+/// file, which takes the contents of the last of them; the member "TRAILER!!!" ends the archive.
+std::string newCpioMember(
+    unsigned number, unsigned mode, unsigned links, const std::string& path, const std::string& content);
+
 /// Collects members in order; writes what it is given without looking at it.
 class PackageBuilder {
 public:
@@ -51,8 +56,9 @@ private:
 
 /// Writes a bundle package around ready bytes.
 std::filesystem::path writeBundleAround(const std::filesystem::path& folder, std::string_view archiveBytes);
-/// Writes a flat package around ready bytes.
+/// Writes a flat package around ready bytes; `bill` is what its other member "Bom" holds.
 std::filesystem::path writeFlatAround(const std::filesystem::path& file, std::string_view payloadBytes,
-    const std::vector<std::string>& payloadNames = {"Payload"});
+    const std::vector<std::string>& payloadNames = {"Payload"},
+    const std::string& bill = "bill of materials");
 
 } // namespace packages

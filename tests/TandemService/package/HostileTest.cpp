@@ -280,6 +280,37 @@ TEST_F(Bounds, LargeTableOfContentsIsRefused)
     EXPECT_EQ(snapshot(m_target), m_before);
 }
 
+TEST_F(Bounds, MembersOfAFlatPackageShareTheirBound)
+{
+    const std::string payload = packages::gzip(usualPackage().archive(Format::oldCpio));
+    const std::string bill(100'000, '\0');
+    const fs::path package = packages::writeFlatAround(m_scratch.at("X.pkg"), payload, {"Payload"}, bill);
+    const std::uint64_t total = bill.size() + payload.size() + std::string("<pkg-info/>").size();
+    InstallOptions options {.limits = {.streamBytes = total - 1}, .durable = false, .onStep = {}};
+    EXPECT_EQ(
+        installPackage(package.string(), m_target.string(), options).error, InstallError::packageTooLarge);
+    EXPECT_EQ(snapshot(m_target), m_before);
+    options.limits.streamBytes = total;
+    EXPECT_TRUE(installPackage(package.string(), m_target.string(), options).ok());
+}
+
+TEST_F(Bounds, RunsOfAFlatPackageShareTheirBound)
+{
+    // A table of contents may name the same bytes again and again.
+    constexpr std::uint64_t kHeaderBytes = 28;
+    constexpr std::uint64_t kTableChecksumBytes = 20;
+    const fs::path package = usualPackage().writeFlat(m_scratch.at("X.pkg"));
+    const std::string bytes = readWholeFile(package);
+    const auto tableBytes = static_cast<std::uint64_t>(static_cast<unsigned char>(bytes[14]) * 256
+        + static_cast<unsigned char>(bytes[15])); // the packed length, big-endian in bytes 8 to 15
+    const std::uint64_t runs
+        = bytes.size() - kHeaderBytes - tableBytes - kTableChecksumBytes - kUnusedTailBytes;
+    const Descriptor opened(open(package.c_str(), O_RDONLY | O_CLOEXEC));
+    EXPECT_EQ(checkXarChecksums(opened.get(), {.streamBytes = runs}).error, InstallError::none);
+    EXPECT_EQ(
+        checkXarChecksums(opened.get(), {.streamBytes = runs - 1}).error, InstallError::packageTooLarge);
+}
+
 TEST_F(Damage, ChecksumsCoverEveryByteOfAFlatPackageThatIsRead)
 {
     constexpr std::size_t kHeaderBytes = 28;
