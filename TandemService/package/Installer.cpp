@@ -48,6 +48,11 @@ InstallResult swapIn(const Staging& staging, const InstallOptions& options)
     return result;
 }
 
+InstallResult notWritable(const std::string& target)
+{
+    return {InstallError::targetNotWritable, "the target " + target + " may not be changed by this user"};
+}
+
 } // namespace
 
 InstallResult installPackage(
@@ -57,8 +62,7 @@ InstallResult installPackage(
     if (InstallResult result = target.open(targetPath); !result.ok())
         return result;
     if (!target.writable())
-        return {
-            InstallError::targetNotWritable, "the target " + targetPath + " may not be changed by this user"};
+        return notWritable(targetPath);
     if (InstallResult result = recoverTarget(target, options); !result.ok())
         return result;
 
@@ -83,6 +87,8 @@ InstallResult recoverInstall(const std::string& targetPath, const InstallOptions
     InstallTarget target;
     if (InstallResult result = target.open(targetPath); !result.ok())
         return result;
+    if (!target.writable() && hasInterruptedInstall(target.path()))
+        return notWritable(targetPath);
     return recoverTarget(target, options);
 }
 

@@ -122,6 +122,17 @@ InstallResult PayloadExtractor::checkEntry(archive_entry* entry, bool& skip)
     return checkSize(entry);
 }
 
+/// The status of what this payload brought, reached through its own folders and not through its links.
+bool PayloadExtractor::findMember(const std::string& path, struct stat& status) const
+{
+    for (std::size_t slash = path.find('/'); slash != std::string::npos; slash = path.find('/', slash + 1)) {
+        const std::string above = path.substr(0, slash);
+        if (fstatat(m_folder, above.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISDIR(status.st_mode))
+            return false;
+    }
+    return fstatat(m_folder, path.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
 /// A hard link may only name a file that this payload brought before.
 InstallResult PayloadExtractor::checkHardLink(archive_entry* entry)
 {
@@ -130,10 +141,13 @@ InstallResult PayloadExtractor::checkHardLink(archive_entry* entry)
         !result.ok())
         return result;
     struct stat status = {};
-    if (path.empty() || fstatat(m_folder, path.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0
-        || !S_ISREG(status.st_mode))
+    if (path.empty() || !findMember(path, status) || !S_ISREG(status.st_mode))
         return {InstallError::packageUnsafe, "a hard link names no file of the package: " + path};
     archive_entry_copy_hardlink(entry, path.c_str());
+    // Some archives store the contents with the last link: the file is written again, and then gets its mode.
+    const bool bringsContents = archive_entry_size(entry) > 0;
+    if (bringsContents && fchmodat(m_folder, path.c_str(), S_IRUSR | S_IWUSR, 0) != 0)
+        return systemFailure("a member cannot be written", errno);
     return checkSize(entry);
 }
 

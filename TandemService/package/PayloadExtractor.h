@@ -10,6 +10,7 @@
 
 struct archive;
 struct archive_entry;
+struct stat;
 
 class PayloadExtractor {
 public:
@@ -26,6 +27,7 @@ private:
     InstallResult extractOne(archive* reader, archive* writer, archive_entry* entry);
     InstallResult checkEntry(archive_entry* entry, bool& skip);
     InstallResult checkHardLink(archive_entry* entry);
+    bool findMember(const std::string& path, struct stat& status) const;
     InstallResult checkSize(const archive_entry* entry);
     InstallResult copyData(archive* reader, archive* writer);
 

@@ -12,6 +12,14 @@ namespace {
 constexpr const char* kFreshName = "new";
 constexpr const char* kOldName = "old";
 
+/// Missing rights are told apart: somebody with more rights may try again.
+InstallResult recoveryFailure(const std::string& text)
+{
+    const bool denied = errno == EACCES || errno == EPERM;
+    return systemFailure(
+        text, errno, denied ? InstallError::targetNotWritable : InstallError::recoveryFailed);
+}
+
 InstallResult recoverPlace(
     const InstallTarget& target, const StagingPlace& place, const InstallOptions& options)
 {
@@ -29,11 +37,11 @@ InstallResult recoverPlace(
             return result;
         // From here on the folder is litter, whatever happens.
         if (unlinkat(left.folder(), kJournalName, 0) != 0 || !syncFolder(left.folder()))
-            return systemFailure("the journal cannot be removed", errno, InstallError::recoveryFailed);
+            return recoveryFailure("the journal cannot be removed");
         options.step("journal removed");
     }
     if (!left.remove())
-        return systemFailure("an interrupted install cannot be removed", errno, InstallError::recoveryFailed);
+        return recoveryFailure("an interrupted install cannot be removed");
     options.step("recovered");
     return {};
 }
@@ -68,7 +76,7 @@ InstallResult Staging::openLeft(const InstallTarget& target, const StagingPlace&
     struct stat mine = {};
     struct stat targets = {};
     if (!m_folder || fstat(m_folder.get(), &mine) != 0 || fstat(m_target, &targets) != 0)
-        return systemFailure("an interrupted install cannot be opened", errno, InstallError::recoveryFailed);
+        return recoveryFailure("an interrupted install cannot be opened");
     // Somebody else's folder could make this user move what he likes.
     if (mine.st_uid != geteuid() && mine.st_uid != targets.st_uid)
         return {

@@ -1,9 +1,9 @@
 // Targets that cannot be changed, full disks, and whose staging folders are trusted.
 #include "tests/TandemService/package/InstallFixture.h"
+#include "tests/TandemService/package/SmallDisk.h"
 
 #include <fstream>
 
-#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -21,28 +21,6 @@ protected:
             ASSERT_EQ(lchown(entry.path().c_str(), 65534, 65534), 0);
     }
 };
-
-/// A small file system of its own, as long as it lives.
-class SmallDisk {
-public:
-    SmallDisk(const fs::path& folder, const char* options)
-        : m_folder(folder)
-        , m_mounted(mount("tmpfs", folder.c_str(), "tmpfs", 0, options) == 0)
-    {
-    }
-    ~SmallDisk() { EXPECT_TRUE(!m_mounted || umount2(m_folder.c_str(), MNT_DETACH) == 0); }
-    SmallDisk(const SmallDisk&) = delete;
-    SmallDisk& operator=(const SmallDisk&) = delete;
-    bool mounted() const { return m_mounted; }
-
-private:
-    fs::path m_folder;
-    bool m_mounted;
-};
-
-#define SKIP_UNLESS_MOUNTED(disk)                                                                            \
-    if (!(disk).mounted())                                                                                   \
-    GTEST_SKIP() << "this place does not allow mounting a small file system"
 
 } // namespace
 
@@ -174,4 +152,47 @@ TEST_F(Rights, DiskThatFillsUpMidwayIsACleanFailure)
     std::ofstream(m_target / "mine") << "kept";
     EXPECT_EQ(install(package), InstallError::noSpace);
     EXPECT_EQ(snapshot(m_target), (Snapshot {{"mine", "100644 kept"}}));
+}
+
+TEST_F(Rights, EntryWithSomethingMountedInItIsNotReplaced)
+{
+    const fs::path package = usualPackage().writeBundle(m_scratch.at("X.pkg"));
+    const SmallDisk disk(m_scratch.makeFolder("apps/Foo.app/data"), "size=1m");
+    SKIP_UNLESS_MOUNTED(disk);
+    (void)m_scratch.write("apps/Foo.app/data/gold", "mine");
+    m_before = snapshot(m_target);
+    EXPECT_EQ(install(package), InstallError::swapFailed);
+    EXPECT_EQ(snapshot(m_target), m_before);
+    expectNoLitter();
+}
+
+TEST_F(Rights, InterruptedInstallOfAnAdministratorNeedsHisRights)
+{
+    SKIP_UNLESS_ROOT();
+    (void)m_scratch.write(".apps.velmora-install/old/Gone", "was here");
+    (void)m_scratch.makeFolder(".apps.velmora-install/new");
+    (void)m_scratch.write(".apps.velmora-install/journal", "install journal 1\n=4 Gone\nend\n");
+    ASSERT_EQ(chmod(m_scratch.at(".apps.velmora-install").c_str(), 0700), 0);
+    const auto recover = [&] { return static_cast<int>(recoverInstall(m_target.string()).error); };
+    EXPECT_EQ(runAsNobody(recover), static_cast<int>(InstallError::targetNotWritable));
+    giveToNobody();
+    EXPECT_EQ(runAsNobody(recover), static_cast<int>(InstallError::targetNotWritable));
+    EXPECT_EQ(recover(), 0);
+    EXPECT_EQ(readWholeFile(m_target / "Gone"), "was here");
+    expectNoLitter();
+}
+
+TEST_F(Rights, HardLinksToAReadOnlyFileWhoseContentsComeLastAreInstalled)
+{
+    SKIP_UNLESS_ROOT();
+    giveToNobody();
+    const fs::path package = packages::writeBundleAround(m_scratch.at("X.pkg"),
+        packages::gzip(packages::newCpioMember(1, S_IFREG | 0444, 2, "one", "")
+            + packages::newCpioMember(1, S_IFREG | 0444, 2, "two", "same")
+            + packages::newCpioMember(0, 0, 1, "TRAILER!!!", "")));
+    EXPECT_EQ(runAsNobody([&] { return static_cast<int>(install(package)); }), 0);
+    EXPECT_EQ(fs::hard_link_count(m_target / "one"), 2U);
+    const Snapshot after = snapshot(m_target);
+    EXPECT_EQ(after.at("one"), "100444 same");
+    EXPECT_EQ(after.at("two"), "100444 same");
 }
