@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <sys/stat.h>
@@ -78,15 +79,25 @@ GLibOwned<GDesktopAppInfo> findEntry(const std::string& name)
     return nullptr;
 }
 
+bool isAnyOf(std::string_view word, std::initializer_list<std::string_view> words)
+{
+    return std::find(words.begin(), words.end(), word) != words.end();
+}
+
 /// The word of a command line that names its program: "env", its options and its assignments may stand
-/// before it. Null when there is none.
+/// before it (env(1)). Null when there is none.
 const char* programWord(const char* const* words)
 {
-    if (!words[0] || std::string_view(words[0]) != "env")
+    if (!words[0] || !isAnyOf(words[0], {"env", "/usr/bin/env", "/bin/env"}))
         return words[0];
-    while (*++words)
-        if (**words != '-' && !std::strchr(*words, '='))
+    while (*++words) {
+        const std::string_view word = *words;
+        const bool isFollowedByAValue = isAnyOf(word, {"-u", "--unset", "-C", "--chdir"});
+        if (isFollowedByAValue && !*++words)
+            return nullptr;
+        if (!word.starts_with('-') && word.find('=') == std::string_view::npos)
             break;
+    }
     return *words;
 }
 

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -97,12 +98,23 @@ TEST_F(LSFindApplicationForInfoTest, EntryThatMenusDoNotShowCounts)
 
 TEST_F(LSFindApplicationForInfoTest, LooksBehindEnv)
 {
-    m_entries.add("foo", "env -u X A=b " + quoted(m_bundle));
-    EXPECT_EQ(find(u"foo"), kNotFound); // "X" stands where the program is expected
-    m_entries.add("foo", "env -i A=b " + quoted(m_bundle));
+    for (const char* const before : {"env ", "/usr/bin/env A=b ", "/bin/env -i A=b C=d ", "env -u X A=b ",
+             "env --unset=X -C / ", "env --unset X --chdir / ", "env - A=b "}) {
+        m_entries.add("foo", before + quoted(m_bundle) + " %F");
+        EXPECT_EQ(find(u"foo"), m_bundle.string()) << before;
+    }
+    for (const char* const alone :
+        {"env A=b", "env -i", "env -u", "env -u X", "/usr/bin/env", "/tmp/env A=b"}) {
+        m_entries.add("foo", alone);
+        EXPECT_EQ(find(u"foo"), kNotFound) << alone;
+    }
+}
+
+TEST_F(LSFindApplicationForInfoTest, ProgramMayBeNamedLikeEnv)
+{
+    fs::rename(m_bundle / "Contents/Linux/Foo", m_bundle / "Contents/Linux/env");
+    m_entries.add("foo", '"' + m_bundle.string() + "/Contents/Linux/env\" /usr/bin/cat");
     EXPECT_EQ(find(u"foo"), m_bundle.string());
-    m_entries.add("foo", "env A=b");
-    EXPECT_EQ(find(u"foo"), kNotFound);
 }
 
 TEST_F(LSFindApplicationForInfoTest, FollowsALinkToTheProgram)
@@ -172,6 +184,41 @@ TEST_F(LSFindApplicationForInfoTest, FindsNothingWhereNoFileIs)
     ASSERT_EQ(::mkfifo((m_entries.folder() / "pipe.desktop").c_str(), 0600), 0);
     EXPECT_EQ(find(u"folder"), kNotFound);
     EXPECT_EQ(find(u"pipe"), kNotFound);
+}
+
+TEST_F(LSFindApplicationForInfoTest, FindsNothingThroughLinksThatLeadInCircles)
+{
+    fs::create_directories(m_entries.folder());
+    fs::create_symlink("loop.desktop", m_entries.folder() / "loop.desktop");
+    EXPECT_EQ(find(u"loop"), kNotFound);
+    m_entries.addForSystem("loop", quoted(m_bundle));
+    EXPECT_EQ(find(u"loop"), m_bundle.string()) << "no entry lies there, so the system's counts";
+    fs::create_symlink("there", m_folder.at("here"));
+    fs::create_symlink("here", m_folder.at("there"));
+    m_entries.add("foo", m_folder.at("here").string() + "/Foo.app/Contents/Linux/Foo");
+    EXPECT_EQ(find(u"foo"), kNotFound);
+}
+
+TEST_F(LSFindApplicationForInfoTest, FindsNothingInAnEntryThatMayNotBeRead)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "root alone can become a user who may not read it";
+    m_entries.add("foo", quoted(m_bundle));
+    m_entries.addForSystem("foo", quoted(m_bundle));
+    for (const fs::path& open : {m_folder.path(), m_entries.folder().parent_path().parent_path()})
+        fs::permissions(open, fs::perms(0755));
+    const auto findAsNobody = [](fs::perms permissions, const fs::path& entry) {
+        constexpr uid_t kNobody = 65534;
+        fs::permissions(entry, permissions);
+        // In this very process: the desktop's library does not survive a fork.
+        EXPECT_EQ(::seteuid(kNobody), 0);
+        const std::string found = find(u"foo");
+        EXPECT_EQ(::seteuid(0), 0);
+        return found;
+    };
+    const fs::path entry = m_entries.folder() / "foo.desktop";
+    EXPECT_EQ(findAsNobody(fs::perms(0644), entry), m_bundle.string());
+    EXPECT_EQ(findAsNobody(fs::perms(0600), entry), kNotFound) << "the system's entry does not count";
 }
 
 TEST_F(LSFindApplicationForInfoTest, IdentifierNamesAFileAndNoPath)
