@@ -26,10 +26,12 @@ bool hasSessionBus()
 
 struct DesktopNotification::Bus {
     std::function<void()> onOpen;
+    std::function<void()> onFailure;
     GDBusConnection* connection = nullptr;
     GCancellable* cancellable = g_cancellable_new();
     guint subscription = 0;
-    guint32 id = 0; ///< of the notification that is shown
+    guint32 id = 0;        ///< of the notification that is shown
+    bool isWanted = false; ///< by withdrawing before the number is known, it is not
 
     /// Ends a call; `data` is an owner of the bus's data of its own.
     static void noteId(GObject* source, GAsyncResult* result, void* data)
@@ -38,12 +40,25 @@ struct DesktopNotification::Bus {
         GError* error = nullptr;
         GVariant* const reply = g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, &error);
         if (!reply) {
-            // There is no such service, or nobody waits any more.
+            const bool isCancelled = g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED);
             g_error_free(error);
+            if (!isCancelled && (*bus)->isWanted)
+                (*bus)->onFailure();
             return;
         }
         g_variant_get(reply, "(u)", &(*bus)->id);
         g_variant_unref(reply);
+        if (!(*bus)->isWanted)
+            (*bus)->close();
+    }
+
+    void close()
+    {
+        if (id != 0)
+            g_dbus_connection_call(connection, kName, kPath, kName, "CloseNotification",
+                g_variant_new("(u)", id), nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, kCallTimeoutMs, nullptr,
+                nullptr, nullptr);
+        id = 0;
     }
 
     static void noteAction(GDBusConnection*, const char*, const char*, const char*, const char*,
@@ -60,10 +75,11 @@ struct DesktopNotification::Bus {
     }
 };
 
-DesktopNotification::DesktopNotification(std::function<void()> onOpen)
+DesktopNotification::DesktopNotification(std::function<void()> onOpen, std::function<void()> onFailure)
     : m_bus(std::make_shared<Bus>())
 {
     m_bus->onOpen = std::move(onOpen);
+    m_bus->onFailure = std::move(onFailure);
     if (!hasSessionBus())
         return;
     m_bus->connection = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
@@ -94,6 +110,9 @@ void DesktopNotification::show(const std::string& title, const std::string& text
 {
     if (!available())
         return;
+    m_bus->isWanted = true;
+    // A body is markup, and a product's name is data.
+    const std::unique_ptr<char, void (*)(void*)> body(g_markup_escape_text(text.c_str(), -1), g_free);
     GVariantBuilder actions;
     g_variant_builder_init(&actions, G_VARIANT_TYPE("as"));
     g_variant_builder_add(&actions, "s", "default");
@@ -101,7 +120,7 @@ void DesktopNotification::show(const std::string& title, const std::string& text
     GVariantBuilder hints;
     g_variant_builder_init(&hints, G_VARIANT_TYPE("a{sv}"));
     GVariant* const arguments = g_variant_new("(susssasa{sv}i)", title.c_str(), m_bus->id,
-        "system-software-update", title.c_str(), text.c_str(), &actions, &hints, kNeverExpires);
+        "system-software-update", title.c_str(), body.get(), &actions, &hints, kNeverExpires);
     g_dbus_connection_call(m_bus->connection, kName, kPath, kName, "Notify", arguments, G_VARIANT_TYPE("(u)"),
         G_DBUS_CALL_FLAGS_NONE, kCallTimeoutMs, m_bus->cancellable, &Bus::noteId,
         new std::shared_ptr<Bus>(m_bus));
@@ -109,10 +128,7 @@ void DesktopNotification::show(const std::string& title, const std::string& text
 
 void DesktopNotification::withdraw()
 {
-    if (!available() || m_bus->id == 0)
-        return;
-    g_dbus_connection_call(m_bus->connection, kName, kPath, kName, "CloseNotification",
-        g_variant_new("(u)", m_bus->id), nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, kCallTimeoutMs, nullptr,
-        nullptr, nullptr);
-    m_bus->id = 0;
+    m_bus->isWanted = false;
+    if (available())
+        m_bus->close();
 }

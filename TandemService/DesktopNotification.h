@@ -5,18 +5,19 @@
 #include <memory>
 #include <string>
 
-/// Shows one notification at a time. Without a session bus or a notification service it does nothing.
+/// Shows one notification at a time. Without a session bus it does nothing.
 class DesktopNotification {
 public:
-    /// `onOpen` is called from the event loop when the user clicked the notification.
-    explicit DesktopNotification(std::function<void()> onOpen);
+    /// Both are called from the event loop: `onOpen` when the user clicked the notification, `onFailure` when
+    /// it could not be shown (a bus without a notification service).
+    DesktopNotification(std::function<void()> onOpen, std::function<void()> onFailure);
     ~DesktopNotification();
     DesktopNotification(const DesktopNotification&) = delete;
     DesktopNotification& operator=(const DesktopNotification&) = delete;
 
     /// True when a session bus is there.
     bool available() const;
-    /// Shows `text`, in place of an earlier one.
+    /// Shows `text`, as it is, in place of an earlier one.
     void show(const std::string& title, const std::string& text);
     void withdraw();
 

@@ -16,7 +16,7 @@ constexpr const char* kTitle = "Velmora Tandem";
 
 MessageSign::MessageSign(Actions actions)
     : m_actions(std::move(actions))
-    , m_notification([this] { m_actions.open(); })
+    , m_notification([this] { m_actions.open(); }, [this] { print(); })
 {
     if (QSystemTrayIcon::isSystemTrayAvailable())
         makeTray();
@@ -56,11 +56,16 @@ void MessageSign::show(const std::u16string& text, Manner manner)
     }
     if (manner == Manner::quiet)
         return;
-    if (m_notification.available()) {
+    m_text = text;
+    if (m_notification.available())
         m_notification.show(kTitle, utf8FromWide(text));
-        return;
-    }
-    std::printf("%s\nOpen it with TandemService --update.\n", printableLine(text).c_str());
+    else
+        print();
+}
+
+void MessageSign::print() const
+{
+    std::printf("%s\nOpen it with TandemService --update.\n", printableLine(m_text).c_str());
     (void)std::fflush(stdout); // where standard output is closed there is nobody to tell
 }
 

@@ -31,8 +31,10 @@ public:
 
 private:
     void makeTray();
+    void print() const;
 
     Actions m_actions;
+    std::u16string m_text; ///< of the notification
     DesktopNotification m_notification;
     QMenu m_menu;
     std::unique_ptr<QSystemTrayIcon> m_tray;

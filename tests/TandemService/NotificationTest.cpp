@@ -109,7 +109,7 @@ TEST(DesktopNotifications, DegradeQuietlyWithoutABus)
 {
     const FakeHome home;
     const ScopedEnvironment none("DBUS_SESSION_BUS_ADDRESS");
-    DesktopNotification notification([] {});
+    DesktopNotification notification([] {}, [] {});
     EXPECT_FALSE(notification.available());
     notification.show("title", "text");
     notification.withdraw();
@@ -119,7 +119,7 @@ TEST(DesktopNotifications, ShowReplaceAndOpen)
 {
     FakeDesktop desktop;
     int opened = 0;
-    DesktopNotification notification([&] { ++opened; });
+    DesktopNotification notification([&] { ++opened; }, [] {});
     ASSERT_TRUE(notification.available());
     notification.show("Velmora Tandem", "one");
     ASSERT_TRUE(processUntil([&] { return desktop.calls.size() == 1; }));
@@ -139,7 +139,7 @@ TEST(DesktopNotifications, WithdrawWhatIsShown)
 {
     FakeDesktop desktop;
     bool opened = false;
-    DesktopNotification notification([&] { opened = true; });
+    DesktopNotification notification([&] { opened = true; }, [] {});
     notification.show("title", "text");
     ASSERT_TRUE(processUntil([&] {
         desktop.click(7);
@@ -147,4 +147,38 @@ TEST(DesktopNotifications, WithdrawWhatIsShown)
     }));
     notification.withdraw();
     EXPECT_TRUE(processUntil([&] { return desktop.calls.back() == "close 7"; }));
+}
+
+TEST(DesktopNotifications, WithdrawWhatWasHardlyAskedFor)
+{
+    FakeDesktop desktop;
+    DesktopNotification notification([] {}, [] {});
+    notification.show("title", "text");
+    notification.withdraw();
+    EXPECT_TRUE(processUntil([&] { return desktop.calls.size() == 2; }));
+    EXPECT_EQ(desktop.calls.back(), "close 7");
+}
+
+TEST(DesktopNotifications, ShowNamesThatLookLikeMarkupAsTheyAre)
+{
+    FakeDesktop desktop;
+    DesktopNotification notification([] {}, [] {});
+    notification.show("A & B", "Tom & Jerry <b>2</b>");
+    ASSERT_TRUE(processUntil([&] { return desktop.calls.size() == 1; }));
+    EXPECT_EQ(desktop.calls[0], "notify 0 A & B: Tom &amp; Jerry &lt;b&gt;2&lt;/b&gt;");
+}
+
+TEST(DesktopNotifications, TellWhenNoServiceShowsThem)
+{
+    GTestDBus* const bus = g_test_dbus_new(G_TEST_DBUS_NONE);
+    g_test_dbus_up(bus);
+    {
+        int failures = 0;
+        DesktopNotification notification([] {}, [&] { ++failures; });
+        ASSERT_TRUE(notification.available());
+        notification.show("title", "text");
+        EXPECT_TRUE(processUntil([&] { return failures == 1; }));
+    }
+    g_test_dbus_down(bus);
+    g_object_unref(bus);
 }
