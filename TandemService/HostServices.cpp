@@ -66,7 +66,8 @@ void HostServices::recover(const std::string& target)
     if (!hasInterruptedInstall(target))
         return;
     const SInt32 status = m_runner.recover(target);
-    if (status != 0)
+    // A busy target is being installed into, by another host of this user.
+    if (status != 0 && status != static_cast<SInt32>(InstallError::targetBusy))
         std::fprintf(stderr, "TandemService: the interrupted install in \"%s\" stays as it is (%d)\n",
             target.c_str(), status);
 }

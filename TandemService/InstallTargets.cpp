@@ -47,7 +47,10 @@ void write(const std::vector<std::string>& targets)
 
 std::vector<std::string> InstallTargets::list() const
 {
-    const fs::path path = listFolder() / "InstallTargets";
+    const fs::path folder = listFolder();
+    if (folder.empty())
+        return {};
+    const fs::path path = folder / "InstallTargets";
     std::error_code error;
     const std::uintmax_t bytes = fs::file_size(path, error);
     if (error || bytes > kMaxListBytes)

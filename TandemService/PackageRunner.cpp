@@ -44,7 +44,7 @@ SInt32 PackageRunner::run(const std::vector<std::string>& arguments)
         return numberOf(InstallError::targetBusy);
     m_running = true;
     SInt32 status = start(m_programs.installer, arguments);
-    if (status == numberOf(InstallError::targetNotWritable) && !m_programs.isAdministrator) {
+    if (status == numberOf(InstallError::targetNotWritable) && m_programs.asksForRights) {
         std::vector<std::string> words = {"--disable-internal-agent", m_programs.privilegedInstaller};
         words.insert(words.end(), arguments.begin(), arguments.end());
         status = start(m_programs.pkexec, words);
@@ -74,6 +74,6 @@ PackageRunner::Programs carriedPrograms()
 {
     PackageRunner::Programs programs;
     programs.installer = mainBundleFolder() + "/Contents/Linux/installer";
-    programs.isAdministrator = geteuid() == 0;
+    programs.asksForRights = geteuid() != 0;
     return programs;
 }

@@ -13,7 +13,7 @@ public:
         std::string installer;                                   ///< started directly
         std::string privilegedInstaller = "/usr/sbin/installer"; ///< started through pkexec
         std::string pkexec = "/usr/bin/pkexec";
-        bool isAdministrator = false; ///< there are no more rights to ask for
+        bool asksForRights = true; ///< not where there are no more, or nobody should be asked
     };
 
     explicit PackageRunner(Programs programs);
@@ -37,5 +37,5 @@ private:
     bool m_running = false;
 };
 
-/// The programs of the main bundle.
+/// The programs of the main bundle; an administrator is not asked for more rights.
 PackageRunner::Programs carriedPrograms();

@@ -16,7 +16,7 @@ PackageRunner::Programs programs()
 {
     PackageRunner::Programs found;
     found.installer = INSTALLER_PROGRAM;
-    found.isAdministrator = true;
+    found.asksForRights = false;
     return found;
 }
 
@@ -55,6 +55,20 @@ TEST(InstallTargetsList, TakesADamagedFileAsNothing)
     EXPECT_THAT(InstallTargets().list(), ElementsAre("/good"));
     (void)home.folder().write("cache/com.velmora.tandemservice/InstallTargets", std::string(2 << 20, '/'));
     EXPECT_THAT(InstallTargets().list(), IsEmpty());
+}
+
+TEST(InstallTargetsList, IsEmptyWithoutACachesFolderWhateverTheWorkingFolderHolds)
+{
+    const FakeHome home;
+    const ScopedEnvironment caches("XDG_CACHE_HOME", home.folder().write("file", "").string());
+    const std::filesystem::path before = std::filesystem::current_path();
+    (void)home.folder().write("here/InstallTargets", std::string("/somewhere\0", 11));
+    std::filesystem::current_path(home.folder().at("here"));
+    InstallTargets targets;
+    EXPECT_THAT(targets.list(), IsEmpty());
+    targets.add("/b");
+    EXPECT_THAT(targets.list(), IsEmpty());
+    std::filesystem::current_path(before);
 }
 
 TEST(HostServicesRecovery, PutsBackInListedTargetsAndItsOwnPlace)

@@ -67,7 +67,7 @@ TEST(PackageRunners, SayWhenTheUserDismissedTheQuestion)
 TEST(PackageRunners, DoNotAskAnAdministratorForMore)
 {
     Scripts scripts("exit 9", "exit 0");
-    scripts.programs.isAdministrator = true;
+    scripts.programs.asksForRights = false;
     EXPECT_EQ(PackageRunner(scripts.programs).install("/p", "/t"), 9);
     EXPECT_FALSE(fs::exists(scripts.scratch.at("pkexec.args")));
 }
@@ -84,6 +84,13 @@ TEST(PackageRunners, RecoverATarget)
     const Scripts scripts("exit 0", "exit 1");
     EXPECT_EQ(PackageRunner(scripts.programs).recover("/t"), 0);
     EXPECT_EQ(scripts.arguments("installer"), "-recover\n/t\n");
+}
+
+TEST(PackageRunners, AskForRightsToRecoverATarget)
+{
+    const Scripts scripts("exit 9", "exit 0");
+    EXPECT_EQ(PackageRunner(scripts.programs).recover("/t"), 0);
+    EXPECT_EQ(scripts.arguments("pkexec"), "--disable-internal-agent\n/sbin/other-installer\n-recover\n/t\n");
 }
 
 TEST(PackageRunners, ProcessEventsWhileTheyWaitAndAreNotNested)
