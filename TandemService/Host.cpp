@@ -9,12 +9,23 @@
 #include "TandemService/Resident.h"
 #include "TandemService/StopSignals.h"
 #include "TandemService/UpdateRun.h"
+#include "TandemService/package/StandardDescriptors.h"
 
 #include <QApplication>
 
+#include <csignal>
 #include <cstdio>
 
 namespace {
+
+/// What the one who starts the host may leave closed or limited ends as a failed write, never as a sudden
+/// end.
+void prepareProcess()
+{
+    openMissingStandardDescriptors();
+    for (const int number : {SIGPIPE, SIGXFSZ})
+        (void)std::signal(number, SIG_IGN); // cannot fail for these
+}
 
 /// Runs one of the two sorts of host to its end; it is gone, its port closed and its plug-in unloaded, before
 /// another program is started.
@@ -52,6 +63,7 @@ ExitStatus run(const HostOptions& options, const DisplayChoice& display)
 
 int runHost(int& argc, char** argv)
 {
+    prepareProcess();
     std::string error;
     const auto options = parseCommandLine(std::vector<std::string>(argv + 1, argv + argc), error);
     if (!options) {

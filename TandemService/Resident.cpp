@@ -2,6 +2,7 @@
 
 #include "TandemService/HostTexts.h"
 #include "TandemService/Paths.h"
+#include "TandemService/StopSignals.h"
 #include "TandemService/WindowWatcher.h"
 #include "Platform/CoreFoundation/CFRunLoop.h"
 
@@ -74,7 +75,11 @@ void Resident::check(Manner manner)
 {
     if (m_desk.isOpen() || m_services.isInstalling())
         return;
-    const bool ran = m_desk.check();
+    bool ran = false;
+    {
+        const InterruptibleWork fetching(ExitStatus::done);
+        ran = m_desk.check();
+    }
     m_timer.start(ran ? kCheckInterval : kRetryInterval);
     if (const UserMessage* const message = m_desk.message())
         m_sign->show(message->text(), manner);

@@ -2,6 +2,7 @@
 
 #include "TandemService/HostTexts.h"
 #include "TandemService/Paths.h"
+#include "TandemService/StopSignals.h"
 #include "TandemService/UnattendedUser.h"
 #include "TandemService/WindowWatcher.h"
 #include "Platform/Carbon/Alerts.h"
@@ -18,12 +19,20 @@ namespace {
 constexpr std::chrono::seconds kRelaunchWait(3);
 constexpr double kRelaunchSliceSeconds = 0.05;
 
+/// A check may run where nobody looks, so it asks for nothing.
+PackageRunner::Programs programsFor(HostMode mode)
+{
+    PackageRunner::Programs programs = carriedPrograms();
+    programs.asksForRights = programs.asksForRights && mode != HostMode::check;
+    return programs;
+}
+
 } // namespace
 
 UpdateRun::UpdateRun(const HostOptions& options, const std::string& pluginFolder)
     : m_options(options)
     , m_pluginFolder(pluginFolder)
-    , m_services(carriedPrograms(),
+    , m_services(programsFor(options.mode),
           {.relaunchAsked =
                   [this] {
                       m_outcome.relaunchAsked = true;
@@ -48,7 +57,9 @@ ExitStatus UpdateRun::run()
 {
     if (!start())
         return ExitStatus::couldNotRun;
-    if (!m_desk.check()) {
+    if (m_stopped)
+        return statusWhenStopped();
+    if (!check()) {
         complain("the check could not run");
         return ExitStatus::couldNotRun;
     }
@@ -62,6 +73,18 @@ ExitStatus UpdateRun::run()
     std::printf("%s\n", printableLine(message->text()).c_str());
     (void)std::fflush(stdout); // where standard output is closed there is nobody to tell
     return update();
+}
+
+bool UpdateRun::check()
+{
+    const InterruptibleWork fetching(statusWhenStopped());
+    return m_desk.check();
+}
+
+/// A check that is cut short has told nothing.
+ExitStatus UpdateRun::statusWhenStopped() const
+{
+    return m_options.mode == HostMode::check ? ExitStatus::couldNotRun : ExitStatus::declined;
 }
 
 bool UpdateRun::start()
@@ -86,14 +109,14 @@ ExitStatus UpdateRun::update()
     m_watcher = std::make_unique<WindowWatcher>(
         m_options.pictures, [this](QWidget& window, WindowKind kind) { answer(window, kind); });
     if (m_stopped)
-        return ExitStatus::declined;
+        return statusWhenStopped();
     if (!m_desk.open()) {
         complain("what is offered could not be opened");
         return ExitStatus::couldNotRun;
     }
     (void)QApplication::exec(); // the status is the outcome's
     if (m_stopped)
-        return ExitStatus::declined;
+        return statusWhenStopped();
     if (m_stuck)
         return ExitStatus::failed;
     if (!m_finished)

@@ -29,6 +29,8 @@ public:
 
 private:
     bool start();
+    bool check();
+    ExitStatus statusWhenStopped() const;
     ExitStatus update();
     void answer(QWidget& window, WindowKind kind);
     void waitForRelaunch();

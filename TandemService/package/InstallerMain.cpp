@@ -1,5 +1,6 @@
 // The program `installer`: installs one package, or deals with an interrupted install.
 #include "TandemService/package/Installer.h"
+#include "TandemService/package/StandardDescriptors.h"
 
 #include <cstdio>
 #include <cstring>
@@ -36,6 +37,7 @@ bool parseArguments(int count, char** values, Arguments& arguments)
 
 int main(int count, char** values)
 {
+    openMissingStandardDescriptors();
     Arguments arguments;
     if (!parseArguments(count, values, arguments)) {
         std::fputs("usage: installer -pkg PATH -target FOLDER\n"

@@ -1,9 +1,13 @@
 // A provider for tests: notes what the host does with it, and posts what $FAKE_MESSAGE says; $FAKE_CHECK
-// "fails" fails the check, $FAKE_OPEN "fails" the opening, $FAKE_GET "null" gives no provider at all.
+// "fails" fails the check and "stalls" holds it up, $FAKE_OPEN "fails" the opening, $FAKE_GET "null" gives no
+// provider at all.
 #include "tests/TandemService/FakePluginRun.h"
 
 #include "Platform/CoreFoundation/CFRef.h"
 #include "Platform/Support/Unicode.h"
+
+#include <chrono>
+#include <thread>
 
 namespace {
 
@@ -14,6 +18,8 @@ public:
         note("generate can=" + std::to_string(m_container->CanGenerateMsg()));
         if (setting("FAKE_CHECK") == "fails")
             return -1;
+        if (setting("FAKE_CHECK") == "stalls")
+            std::this_thread::sleep_for(std::chrono::minutes(5));
         const std::string text = setting("FAKE_MESSAGE");
         if (!text.empty())
             pool->AddMsg(u"Update.bundle", wideFromUtf8(text).c_str(), 0, 0, 1);

@@ -103,6 +103,7 @@ pid_t HostBundle::launch(const std::vector<std::string>& arguments, const std::s
         setenv(name.c_str(), value.c_str(), 1);
     const bool redirected = dup2(open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO) >= 0
         && dup2(open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO) >= 0;
+    m_prepare();
     if (redirected)
         execv(program.c_str(), words.data());
     _exit(99);
@@ -132,6 +133,12 @@ void HostBundle::signal(int number) const
 bool HostBundle::waitForLine(const std::string& line) const
 {
     return waitUntil([&] { return ("\n" + log()).find("\n" + line + "\n") != std::string::npos; });
+}
+
+bool HostBundle::waitForOutput(const std::string& text) const
+{
+    const fs::path output = m_home.folder().at("stdout.started");
+    return waitUntil([&] { return readWholeFile(output).find(text) != std::string::npos; });
 }
 
 bool HostBundle::waitForFile(const fs::path& file)

@@ -3,6 +3,7 @@
 
 #include "tests/support/FakeHome.h"
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -21,6 +22,8 @@ public:
     void set(const std::string& name, const std::string& value) { m_variables[name] = value; }
     /// Leaves a variable out.
     void unset(const std::string& name) { m_unset.push_back(name); }
+    /// Calls `step` in the host's process just before the host starts there.
+    void prepareWith(std::function<void()> step) { m_prepare = std::move(step); }
     /// Runs the host to its end and returns its exit status, or -1 when a signal ended it.
     int run(const std::vector<std::string>& arguments);
     /// Starts the host and leaves it running; one at a time.
@@ -28,8 +31,12 @@ public:
     /// Waits for the end of the started host.
     int wait();
     void signal(int number) const;
+    /// The folder of the started host in /proc.
+    std::filesystem::path process() const { return "/proc/" + std::to_string(m_running); }
     /// Waits until the provider's log holds `line`; false after half a minute.
     bool waitForLine(const std::string& line) const;
+    /// Waits until the started host has printed `text`.
+    bool waitForOutput(const std::string& text) const;
     static bool waitForFile(const std::filesystem::path& file);
 
     std::string output() const { return readWholeFile(m_home.folder().at("stdout")); }
@@ -46,6 +53,7 @@ private:
     FakeHome m_home;
     std::map<std::string, std::string> m_variables;
     std::vector<std::string> m_unset;
+    std::function<void()> m_prepare = [] {};
     pid_t m_running = 0;
 };
 

@@ -2,9 +2,13 @@
 #include "tests/TandemService/HostBundle.h"
 #include "tests/support/PackageBuilder.h"
 
+#include <chrono>
+#include <utility>
+
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -183,7 +187,7 @@ TEST_F(HostProgram, UserCancelsInTheProgressWindow)
 TEST_F(HostProgram, SignalEndsAnOpenUpdate)
 {
     host.set("FAKE_RUN", "stay");
-    for (const int number : {SIGTERM, SIGINT}) {
+    for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
         fs::remove(host.home().folder().at("log"));
         host.start({"--update", "--unattended"});
         ASSERT_TRUE(host.waitForLine("can generate while open 0"));
@@ -204,6 +208,64 @@ TEST_F(HostProgram, SignalEndsAnUpdateWhoseAlertWaitsForItsUser)
     EXPECT_EQ(host.wait(), 3);
     EXPECT_TRUE(noted("cancel Update.bundle"));
     EXPECT_TRUE(host.log().ends_with("release\nunloaded\n")) << host.log();
+}
+
+TEST_F(HostProgram, SignalEndsACheckThatAServerHoldsUp)
+{
+    host.set("FAKE_CHECK", "stalls");
+    const std::pair<std::vector<std::string>, int> cases[]
+        = {{{"--check"}, 2}, {{"--update", "--unattended"}, 3}, {{}, 0}};
+    for (const auto& [arguments, status] : cases) {
+        fs::remove(host.home().folder().at("log"));
+        host.start(arguments);
+        ASSERT_TRUE(host.waitForLine("generate can=1"));
+        const auto asked = std::chrono::steady_clock::now();
+        host.signal(SIGTERM);
+        EXPECT_EQ(host.wait(), status);
+        EXPECT_LT(std::chrono::steady_clock::now() - asked, std::chrono::seconds(60));
+    }
+}
+
+TEST_F(HostProgram, SignalsIgnoredFromTheStartStayIgnored)
+{
+    host.set("FAKE_RUN", "stay");
+    host.prepareWith([] { (void)signal(SIGHUP, SIG_IGN); });
+    host.start({"--update", "--unattended"});
+    ASSERT_TRUE(host.waitForLine("can generate while open 0"));
+    const std::string status = readWholeFile(host.process() / "status");
+    const std::size_t line = status.find("SigIgn:\t");
+    ASSERT_NE(line, std::string::npos);
+    EXPECT_NE(std::stoull(status.substr(line + 8), nullptr, 16) & 1ULL << (SIGHUP - 1), 0U);
+    host.signal(SIGTERM);
+    EXPECT_EQ(host.wait(), 3);
+}
+
+TEST_F(HostProgram, OutputThatNobodyReadsEndsNoUpdate)
+{
+    host.prepareWith([] {
+        int ends[2] = {};
+        if (pipe(ends) != 0 || dup2(ends[1], STDOUT_FILENO) < 0 || dup2(ends[1], STDERR_FILENO) < 0)
+            _exit(99);
+        (void)close(ends[0]); // whoever writes to the other end is told so by a signal
+    });
+    EXPECT_EQ(update("success"), 0);
+    EXPECT_EQ(host.run({"--check"}), 0);
+}
+
+TEST_F(HostProgram, ClosedStandardDescriptorsAreTakenByNothingElse)
+{
+    host.set("FAKE_RUN", "stay");
+    host.prepareWith([] {
+        for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+            (void)close(number); // open until now
+    });
+    host.start({"--update", "--unattended"});
+    ASSERT_TRUE(host.waitForLine("can generate while open 0"));
+    for (const char* number : {"0", "1", "2"})
+        EXPECT_EQ(fs::read_symlink(host.process() / "fd" / number), "/dev/null");
+    host.signal(SIGTERM);
+    EXPECT_EQ(host.wait(), 3);
+    EXPECT_EQ(host.run({"--check"}), 0);
 }
 
 TEST_F(HostProgram, InstallsPackagesForItsPlugin)

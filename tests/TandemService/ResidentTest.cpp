@@ -1,8 +1,12 @@
 // The resident host.
+#include "Platform/Support/Descriptor.h"
 #include "tests/TandemService/HostBundle.h"
 
+#include <fcntl.h>
+#include <gio/gio.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 
 namespace fs = std::filesystem;
@@ -18,6 +22,21 @@ TEST(ResidentHost, ChecksAtItsStartAndSaysWhatThereIs)
     EXPECT_EQ(readWholeFile(host.home().folder().at("stdout.started")),
         "There is something.\nOpen it with TandemService --update.\n");
     EXPECT_TRUE(host.log().ends_with("release\nunloaded\n")) << host.log();
+}
+
+TEST(ResidentHost, SaysWhatThereIsWhereABusHasNoNotificationService)
+{
+    GTestDBus* const bus = g_test_dbus_new(G_TEST_DBUS_NONE);
+    g_test_dbus_up(bus);
+    HostBundle host;
+    host.set("DBUS_SESSION_BUS_ADDRESS", g_test_dbus_get_bus_address(bus));
+    host.set("FAKE_MESSAGE", "There is something.");
+    host.start({});
+    EXPECT_TRUE(host.waitForOutput("There is something.\nOpen it with TandemService --update.\n"));
+    host.signal(SIGTERM);
+    EXPECT_EQ(host.wait(), 0);
+    g_test_dbus_down(bus);
+    g_object_unref(bus);
 }
 
 TEST(ResidentHost, IsAloneForItsUser)
@@ -54,4 +73,15 @@ TEST(ResidentHost, PutsBackAnInterruptedInstallBesideIt)
     (void)folder.write(".Tandem.app.velmora-install/journal", "install journal 1\n=4 Gone\nend\n");
     EXPECT_EQ(host.run({"--check"}), 1);
     EXPECT_EQ(readWholeFile(host.app() / "Gone"), "was here");
+}
+
+TEST(ResidentHost, LeavesATargetAloneThatAnotherHostInstallsInto)
+{
+    HostBundle host;
+    (void)host.home().folder().makeFolder(".Tandem.app.velmora-install/new");
+    const Descriptor target(open(host.app().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(flock(target.get(), LOCK_EX), 0);
+    EXPECT_EQ(host.run({"--check"}), 1);
+    EXPECT_EQ(host.errors().find("stays as it is"), std::string::npos) << host.errors();
+    EXPECT_TRUE(fs::exists(host.home().folder().at(".Tandem.app.velmora-install")));
 }
