@@ -40,7 +40,8 @@ using CopyObjectFilterProcPtr = int (*)(
 /// \param whichInfo, wantFSSpec, wantName what `filterProc` is given.
 /// \param dupeAction kDupeActionReplace: an existing object is called NAME.DeleteMe meanwhile, and deleted in
 ///     the end or, when the copy fails, called as before. What holds the source, or is it, is not replaced
-///     (fBsyErr), and nothing is when something is called NAME.DeleteMe already (dupFNErr).
+///     (fBsyErr), and nothing is when something is called NAME.DeleteMe already (dupFNErr): a copy at work
+///     may have put it there, or one that was killed, and then it may be all that is left of the object.
 ///     kDupeActionRename: the copy is called as GetUniqueName says. Anything else: dupFNErr.
 /// \param newName the copy's name; null: the source's.
 /// \param filterProc may be null; `yourData` is handed to it.

@@ -20,7 +20,7 @@ struct FSForkRecord {
     int item = -1;      ///< the content's descriptor, or the one that an attribute's fork borrows
     std::string name;   ///< empty for the content
     UInt64 size = 0;
-    std::string written; ///< an attribute's value so far: attributes are written whole
+    std::string value; ///< an attribute's: it is read as a whole when opened, and stored so
 };
 
 namespace {
@@ -52,30 +52,20 @@ OSStatus openFork(int item, const std::string& name, std::unique_ptr<FSForkRecor
     return fork->content ? noErr : errorFromErrno(errno);
 }
 
-OSStatus attributeSize(const FSForkRecord& fork, UInt64& size)
-{
-    const ssize_t bytes = ::fgetxattr(fork.item, fork.name.c_str(), nullptr, 0);
-    if (bytes < 0)
-        return attributeError(errno);
-    size = static_cast<UInt64>(bytes);
-    return noErr;
-}
-
-OSStatus readAttribute(const FSForkRecord& fork, UInt64 position, UInt32 bytes, char* buffer)
+OSStatus readAttribute(FSForkRecord& fork)
 {
     std::string value(XATTR_SIZE_MAX, '\0');
-    const ssize_t size = ::fgetxattr(fork.item, fork.name.c_str(), value.data(), value.size());
-    if (size < 0)
+    const ssize_t bytes = ::fgetxattr(fork.item, fork.name.c_str(), value.data(), value.size());
+    if (bytes < 0)
         return attributeError(errno);
-    if (position + bytes > static_cast<UInt64>(size))
-        return eofErr;
-    std::copy_n(value.data() + position, bytes, buffer);
+    fork.value.assign(value, 0, static_cast<std::size_t>(bytes));
+    fork.size = fork.value.size();
     return noErr;
 }
 
-OSStatus writeAttribute(const FSForkRecord& fork)
+OSStatus storeAttribute(const FSForkRecord& fork)
 {
-    const int result = ::fsetxattr(fork.item, fork.name.c_str(), fork.written.data(), fork.written.size(), 0);
+    const int result = ::fsetxattr(fork.item, fork.name.c_str(), fork.value.data(), fork.value.size(), 0);
     return result == 0 ? noErr : attributeError(errno);
 }
 
@@ -86,6 +76,22 @@ OSStatus currentSize(const FSForkRecord& fork, UInt64& size)
         return errorFromErrno(errno);
     size = static_cast<UInt64>(status.st_size);
     return noErr;
+}
+
+/// False when there is nothing but a hole at and behind `position`.
+bool findData(const FSForkRecord& fork, UInt64 position, UInt64& start, UInt64& end)
+{
+    if (position >= fork.size)
+        return false;
+    const off_t data = ::lseek(fork.item, static_cast<off_t>(position), SEEK_DATA);
+    if (data < 0 && errno == ENXIO)
+        return false;
+    const off_t hole = data < 0 ? -1 : ::lseek(fork.item, data, SEEK_HOLE);
+    if (hole < 0)
+        return true; // a file system that knows no holes: everything is data
+    start = static_cast<UInt64>(data);
+    end = std::min(static_cast<UInt64>(hole), fork.size);
+    return start < fork.size;
 }
 
 /// noErr and the end of the piece copied; at least one byte.
@@ -136,7 +142,7 @@ OSStatus FSOpenForkForReading(int item, const std::string& name, FSForkRef* fork
     std::unique_ptr<FSForkRecord> opened;
     OSStatus error = openFork(item, name, opened);
     if (error == noErr)
-        error = name.empty() ? currentSize(*opened, opened->size) : attributeSize(*opened, opened->size);
+        error = name.empty() ? currentSize(*opened, opened->size) : readAttribute(*opened);
     if (error == noErr)
         *fork = opened.release();
     return error;
@@ -171,8 +177,8 @@ OSStatus FSSetForkSize(FSForkRef fork, UInt64 size)
     fork->size = size;
     if (fork->name.empty())
         return ::ftruncate(fork->item, static_cast<off_t>(size)) == 0 ? noErr : errorFromErrno(errno);
-    fork->written.resize(static_cast<std::size_t>(size));
-    return writeAttribute(*fork);
+    fork->value.resize(static_cast<std::size_t>(size));
+    return storeAttribute(*fork);
 }
 
 OSStatus FSNextForkData(FSForkRef fork, UInt64 position, UInt64* start, UInt64* end)
@@ -181,29 +187,25 @@ OSStatus FSNextForkData(FSForkRef fork, UInt64 position, UInt64* start, UInt64* 
     *end = fork->size;
     if (!fork->name.empty())
         return position < fork->size ? noErr : errFSNoMoreItems;
+    const bool found = findData(*fork, position, *start, *end);
+    // Asked only now: a file that has just become shorter looks as if it ended in a hole.
     UInt64 size = 0;
     const OSStatus error = currentSize(*fork, size);
     if (error != noErr)
         return error;
     if (size < fork->size)
         return eofErr;
-    if (position >= fork->size)
-        return errFSNoMoreItems;
-    const off_t data = ::lseek(fork->item, static_cast<off_t>(position), SEEK_DATA);
-    if (data < 0 && errno == ENXIO)
-        return errFSNoMoreItems;
-    const off_t hole = data < 0 ? -1 : ::lseek(fork->item, data, SEEK_HOLE);
-    if (hole < 0)
-        return noErr; // a file system that knows no holes: everything is data
-    *start = static_cast<UInt64>(data);
-    *end = std::min(static_cast<UInt64>(hole), fork->size);
-    return *start < fork->size ? noErr : errFSNoMoreItems;
+    return found ? noErr : errFSNoMoreItems;
 }
 
 OSStatus FSReadFork(FSForkRef fork, UInt64 position, UInt32 bytes, void* buffer)
 {
-    if (!fork->name.empty())
-        return readAttribute(*fork, position, bytes, static_cast<char*>(buffer));
+    if (!fork->name.empty()) {
+        if (position + bytes > fork->size)
+            return eofErr;
+        std::copy_n(fork->value.data() + position, bytes, static_cast<char*>(buffer));
+        return noErr;
+    }
     for (UInt32 done = 0; done < bytes;) {
         const ssize_t got = ::pread(
             fork->item, static_cast<char*>(buffer) + done, bytes - done, static_cast<off_t>(position + done));
@@ -221,9 +223,9 @@ OSStatus FSWriteFork(FSForkRef fork, UInt64 position, UInt32 bytes, const void* 
     const char* const from = static_cast<const char*>(buffer);
     fork->size = std::max(fork->size, position + bytes);
     if (!fork->name.empty()) {
-        fork->written.resize(static_cast<std::size_t>(fork->size));
-        std::copy_n(from, bytes, fork->written.data() + position);
-        return writeAttribute(*fork);
+        fork->value.resize(static_cast<std::size_t>(fork->size));
+        std::copy_n(from, bytes, fork->value.data() + position);
+        return noErr;
     }
     for (UInt32 done = 0; done < bytes;) {
         const ssize_t put

@@ -89,6 +89,21 @@ TEST_F(FSCopyClashTest, GivesTheCopyAUniqueName)
     EXPECT_EQ(made.path, (m_dest / "name_2.txt").string());
 }
 
+TEST_F(FSCopyClashTest, GivesUniqueNamesToNamesOfAnyKind)
+{
+    const std::string longest(255, 'n');
+    for (const auto& [name, unique] : {std::pair<std::string, std::string>(".hidden", ".hidden_1"),
+             {".hidden.txt", ".hidden_1.txt"}, {"new\nline.\xff", "new\nline_1.\xff"}}) {
+        m_temp.write("dest/" + name, "old");
+        EXPECT_EQ(copy(m_temp.write("source/" + name, "new"), 2), 0);
+        EXPECT_EQ(readWholeFile(m_dest / unique), "new");
+        EXPECT_EQ(readWholeFile(m_dest / name), "old");
+    }
+    EXPECT_EQ(copy(m_temp.write("source/" + longest, "new"), 2), 0);
+    EXPECT_EQ(copy(m_temp.at("source/" + longest), 2), -1410) << "no digit fits";
+    EXPECT_EQ(readWholeFile(m_dest / longest), "new");
+}
+
 TEST_F(FSCopyClashTest, GivesAFolderAUniqueNameBesideItself)
 {
     m_temp.write("source/tree/file", "x");

@@ -143,13 +143,15 @@ TEST_F(FSCopyFilterTest, CanSkipWhatCannotBeCopied)
     EXPECT_FALSE(isCopied("sub/pipe"));
 }
 
-TEST_F(FSCopyFilterTest, StopsTheCopyAndLeavesNothing)
+TEST_F(FSCopyFilterTest, StopsTheCopyOnEachLevelAndLeavesNothing)
 {
     m_call.filterProc = ask;
     m_call.wantName = true;
-    m_asked.stopping = u"file3";
-    EXPECT_EQ(m_call.run(), -128);
-    EXPECT_TRUE(fs::is_empty(m_dest));
+    for (const char16_t* const item : {u"tree", u"sub", u"deeper", u"file3"}) {
+        m_asked.stopping = item;
+        EXPECT_EQ(m_call.run(), -128);
+        EXPECT_TRUE(fs::is_empty(m_dest));
+    }
 }
 
 TEST_F(FSCopyFilterTest, StopsTheCopyBySkippingItsSourceOrAnUnknownAnswer)

@@ -97,6 +97,25 @@ TEST_P(CopyForksTest, CopiesAFileOfHolesOnly)
     EXPECT_EQ(statusOf(m_dest).st_size, kMebibyte);
 }
 
+TEST_P(CopyForksTest, CopiesWhatLiesBehindFourGibibytes)
+{
+    constexpr off_t kFourGibibytes = off_t(1) << 32;
+    const fs::path source = m_temp.write("source", "begin");
+    const Descriptor file(::open(source.c_str(), O_WRONLY | O_CLOEXEC));
+    ASSERT_EQ(::pwrite(file.get(), "behind", 6, kFourGibibytes + 5), 6);
+    if (statusOf(source).st_blocks * 512 > kMebibyte)
+        GTEST_SKIP() << "the file system has no holes";
+    EXPECT_EQ(copy(source, m_dest), 0);
+    EXPECT_EQ(statusOf(m_dest).st_size, kFourGibibytes + 11);
+    EXPECT_LT(statusOf(m_dest).st_blocks * 512, kMebibyte);
+    char bytes[7] = {};
+    const Descriptor copied(::open(m_dest.c_str(), O_RDONLY | O_CLOEXEC));
+    EXPECT_EQ(::pread(copied.get(), bytes, 6, kFourGibibytes + 5), 6);
+    EXPECT_STREQ(bytes, "behind");
+    EXPECT_EQ(::pread(copied.get(), bytes, 6, 0), 6);
+    EXPECT_STREQ(bytes, "begin");
+}
+
 TEST_P(CopyForksTest, CopiesToAnotherVolume)
 {
     const fs::path shared = "/dev/shm";

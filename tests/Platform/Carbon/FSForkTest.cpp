@@ -83,10 +83,27 @@ TEST_F(FSForkTest, ReadsAndWritesPiecesOfAnAttribute)
     ASSERT_EQ(FSOpenForkForWriting(m_to.get(), "user.text", &fork), 0);
     EXPECT_EQ(FSWriteFork(fork, 0, 2, "he"), 0);
     EXPECT_EQ(FSWriteFork(fork, 2, 3, piece), 0);
-    FSCloseFork(fork);
     char value[10];
+    EXPECT_EQ(::fgetxattr(m_to.get(), "user.text", value, sizeof value), -1) << "a half value is none";
+    EXPECT_EQ(FSSetForkSize(fork, 5), 0);
+    FSCloseFork(fork);
     ASSERT_EQ(::fgetxattr(m_to.get(), "user.text", value, sizeof value), 5);
     EXPECT_EQ(std::string(value, 5), "hello");
+}
+
+TEST_F(FSForkTest, KeepsTheAttributeThatItWasOpenedWith)
+{
+    openBoth("x");
+    if (::fsetxattr(m_from.get(), "user.text", "first", 5, 0) != 0)
+        GTEST_SKIP() << kNeedsAttributes;
+    FSForkRef fork = nullptr;
+    ASSERT_EQ(FSOpenForkForReading(m_from.get(), "user.text", &fork), 0);
+    ASSERT_EQ(::fsetxattr(m_from.get(), "user.text", "the second", 10, 0), 0);
+    char value[5] = {};
+    EXPECT_EQ(FSGetForkSize(fork), 5u);
+    EXPECT_EQ(FSReadFork(fork, 0, 5, value), 0);
+    EXPECT_EQ(std::string(value, 5), "first");
+    FSCloseFork(fork);
 }
 
 TEST_F(FSForkTest, SeesThatTheContentHasBecomeShorter)
