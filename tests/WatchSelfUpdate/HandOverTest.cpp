@@ -2,6 +2,7 @@
 #include "WatchSelfUpdate/HandOver.h"
 #include "tests/WatchSelfUpdate/HandOverStage.h"
 #include "tests/WatchSelfUpdate/RunningProgram.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/support/FakeHome.h"
 
 #include <algorithm>
@@ -262,6 +263,25 @@ TEST(HandOver, StartsTheHostDetachedWithAnEnvironmentForTheDesktop)
         EXPECT_THAT(report, HasSubstr(std::string("\n") + kept + "\n"));
     EXPECT_THAT(report, Not(HasSubstr("LD_LIBRARY_PATH")));
     EXPECT_THAT(report, Not(HasSubstr("ENV=")));
+}
+
+TEST(HandOver, StartsTheHostWithDefaultSignals)
+{
+    const HandOverStage stage;
+    stage.writeHost(stage.bundle(), "host", "grep -E '^Sig(Blk|Ign)' /proc/$$/status");
+    stage.writeOwned(stage.marker(), stage.markerBytes());
+    EXPECT_EQ(child::run([&stage] {
+        // What the tool inherits from whoever starts it.
+        sigset_t all;
+        sigfillset(&all);
+        for (const int number : {SIGHUP, SIGINT, SIGPIPE, SIGTERM, SIGUSR1, SIGRTMAX})
+            (void)signal(number, SIG_IGN);
+        return sigprocmask(SIG_BLOCK, &all, nullptr) == 0 && stage.run().status == 0 ? 0 : 1;
+    }),
+        0);
+    const std::string report = stage.reports();
+    EXPECT_THAT(report, HasSubstr("SigBlk:\t0000000000000000\n"));
+    EXPECT_THAT(report, HasSubstr("SigIgn:\t0000000000000000\n"));
 }
 
 TEST(HandOver, RefusesABundleWithoutAHost)

@@ -1,6 +1,7 @@
 // The product registry: which files are products, in which order, and what a query writes.
 #include "Platform/VelTan/ProductRegistry.h"
 
+#include "tests/support/ChildProcess.h"
 #include "tests/support/ProductBuilder.h"
 
 #include <gtest/gtest.h>
@@ -10,6 +11,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <sys/stat.h>
 #include <vector>
 
 namespace {
@@ -239,6 +241,60 @@ TEST(ProductRegistry, QueryFailsForAFolderAndAFileThatIsGone)
     const VELTAN_ProdGUID product = VELTAN_ProdEnumGUID(enumerator.get());
     std::filesystem::remove(file);
     EXPECT_EQ(VELTAN_ProdQuery(product, &info), 3);
+}
+
+TEST(ProductRegistry, QueryFailsForPipesAndForLinksThatLeadInCircles)
+{
+    const FakeHome home;
+    const std::filesystem::path folder = productRegistryOf(home);
+    std::filesystem::create_directories(folder);
+    VELTAN_ProdInfo info = emptyRecord();
+    ASSERT_EQ(::mkfifo((folder / "a.plist").c_str(), 0600), 0);
+    EXPECT_EQ(queryOnly(info), 3);
+    std::filesystem::remove(folder / "a.plist");
+    std::filesystem::create_symlink("a.plist", folder / "a.plist");
+    EXPECT_EQ(queryOnly(info), 3);
+}
+
+TEST(ProductRegistry, QueryFailsForAFileThatMayNotBeRead)
+{
+    if (!child::canChangeUser())
+        GTEST_SKIP() << "only root can become another user";
+    const FakeHome home;
+    const std::filesystem::path file = ProductBuilder().firstName("x").registerIn(home);
+    std::filesystem::permissions(home.path(), std::filesystem::perms(0755));
+    const auto queryAsNobody = [&file](std::filesystem::perms permissions) {
+        std::filesystem::permissions(file, permissions);
+        return child::runAsNobody([] {
+            VELTAN_ProdInfo info = emptyRecord();
+            return static_cast<int>(queryOnly(info));
+        });
+    };
+    EXPECT_EQ(queryAsNobody(std::filesystem::perms(0644)), 0);
+    EXPECT_EQ(queryAsNobody(std::filesystem::perms(0600)), 3);
+}
+
+TEST(ProductRegistry, HasNoEnumeratorWhereItsFolderIsNone)
+{
+    const FakeHome home;
+    const std::filesystem::path folder = productRegistryOf(home);
+    std::filesystem::create_directories(folder.parent_path());
+    VELTAN_ProdEnumerator enumerator = nullptr;
+    std::filesystem::create_symlink(folder.filename(), folder);
+    EXPECT_EQ(VELTAN_ProdEnumGUIDCreate(&enumerator), 1);
+    std::filesystem::remove(folder);
+    ASSERT_EQ(::mkfifo(folder.c_str(), 0600), 0);
+    EXPECT_EQ(VELTAN_ProdEnumGUIDCreate(&enumerator), 1);
+    EXPECT_EQ(enumerator, nullptr);
+}
+
+TEST(ProductRegistry, NamesThatAreNoTextDoNoHarm)
+{
+    const FakeHome home;
+    ProductBuilder().firstName("x").registerIn(home, "\xFF.plist");
+    VELTAN_ProdInfo info = emptyRecord();
+    EXPECT_EQ(queryOnly(info), 0);
+    EXPECT_EQ(std::u16string(info.firstName), u"x");
 }
 
 TEST(ProductRegistry, HasNoEnumeratorForMoreThanTenThousandProducts)

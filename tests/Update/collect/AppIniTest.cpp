@@ -6,9 +6,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
 #include <string_view>
+#include <sys/stat.h>
 
+using namespace std::string_literals;
 using namespace std::string_view_literals;
 
 namespace {
@@ -190,6 +193,72 @@ TEST_F(CAppIniTest, AnswersZeroForAnInfoPlistThatIsNoDictionary)
     m_folder.write("P.app/Contents/Info.plist", "<plist><string>x</string></plist>");
     EXPECT_EQ(m_record.Parse(folderURL(m_folder.at("P.app"))), 0);
     EXPECT_EQ(m_record.Parse(nullptr), 0);
+}
+
+TEST_F(CAppIniTest, AnswersZeroForAnInfoPlistThatIsNoFileOfASensibleSize)
+{
+    const std::filesystem::path bundle = BundleBuilder().build(m_folder, "P.app");
+    const std::filesystem::path info = bundle / "Contents/Info.plist";
+    std::filesystem::resize_file(info, std::uintmax_t {1} << 30);
+    EXPECT_EQ(m_record.Parse(folderURL(bundle)), 0);
+    std::filesystem::remove(info);
+    ASSERT_EQ(::mkfifo(info.c_str(), 0600), 0);
+    EXPECT_EQ(m_record.Parse(folderURL(bundle)), 0);
+    std::filesystem::remove(info);
+    std::filesystem::create_symlink("Info.plist", info);
+    EXPECT_EQ(m_record.Parse(folderURL(bundle)), 0);
+    std::filesystem::remove(info);
+    std::filesystem::create_symlink("/dev/zero", info);
+    EXPECT_EQ(m_record.Parse(folderURL(bundle)), 0);
+    EXPECT_EQ(m_record.bundleURL(), nullptr);
+}
+
+TEST_F(CAppIniTest, AnswersZeroForAnInfoPlistThatDeclaresEntities)
+{
+    m_folder.write("P.app/Contents/Info.plist",
+        "<!DOCTYPE plist [<!ENTITY a \"aaaaaaaaaa\"><!ENTITY b \"&a;&a;&a;&a;&a;&a;&a;&a;\">]>"
+        "<plist><dict><key>CFBundleName</key><string>&b;</string></dict></plist>");
+    EXPECT_EQ(m_record.Parse(folderURL(m_folder.at("P.app"))), 0);
+}
+
+TEST_F(CAppIniTest, ReadsAnInfoPlistInUTF16)
+{
+    const std::u16string text
+        = u"\uFEFF<?xml version='1.0' encoding='UTF-16'?><plist><dict>"
+          u"<key>CFBundleName</key><string>Caf\u00E9 \U0001F600</string></dict></plist>";
+    std::string bytes;
+    for (const UniChar unit : text) {
+        bytes += static_cast<char>(unit & 0xFF);
+        bytes += static_cast<char>(unit >> 8);
+    }
+    m_folder.write("P.app/Contents/Info.plist", bytes);
+    ASSERT_EQ(m_record.Parse(folderURL(m_folder.at("P.app"))), 1);
+    EXPECT_EQ(m_record.productName(), u"Caf\u00E9 \U0001F600"sv);
+}
+
+TEST_F(CAppIniTest, ReadsABinaryInfoPlistAndEndsTextsAtTheirFirstZero)
+{
+    // {"CFBundleName": "Foo\0Bar"}: the dictionary, its key and its value, where they begin, the trailer.
+    const std::string list = "bplist00"s + "\xD1\x01\x02"s
+        + "\x5C"
+          "CFBundleName"s
+        + "\x57"
+          "Foo\0Bar"s
+        + "\x08\x0B\x18"s + "\0\0\0\0\0\0\x01\x01"s + "\0\0\0\0\0\0\0\x03"s + "\0\0\0\0\0\0\0\0"s
+        + "\0\0\0\0\0\0\0\x20"s;
+    m_folder.write("P.app/Contents/Info.plist", list);
+    ASSERT_EQ(m_record.Parse(folderURL(m_folder.at("P.app"))), 1);
+    EXPECT_EQ(m_record.productName(), u"Foo"sv);
+    EXPECT_EQ(m_record.xmlFileName(), u"Update_Foo__Mac.xml"sv);
+}
+
+TEST_F(CAppIniTest, LaterOfTwoEqualKeysCounts)
+{
+    m_folder.write("P.app/Contents/Info.plist",
+        "<plist><dict><key>CFBundleVersion</key><string>1</string>"
+        "<key>CFBundleVersion</key><string>2</string></dict></plist>");
+    ASSERT_EQ(m_record.Parse(folderURL(m_folder.at("P.app"))), 1);
+    EXPECT_EQ(m_record.version(), u"2"sv);
 }
 
 TEST_F(CAppIniTest, SecondParseReplacesEverything)

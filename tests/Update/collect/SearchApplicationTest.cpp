@@ -10,7 +10,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
+#include <sys/stat.h>
 
 namespace fs = std::filesystem;
 
@@ -131,6 +133,24 @@ TEST_F(MovedProduct, IsNotFoundWithoutReadableInformation)
     install(foo(), SavedProductInfo().without("CFBundleIdentifier"));
     EXPECT_EQ(find(), "");
     install(foo(), SavedProductInfo().element("CFBundleIdentifier", "<true/>"));
+    EXPECT_EQ(find(), "");
+}
+
+TEST_F(MovedProduct, IsNotFoundWhereItsInformationIsNoFile)
+{
+    install(foo());
+    const fs::path file = m_home.root()
+        / "Library/Application Support/Velmora/Tandem Service/Product Infos/FirstSecond.plist";
+    fs::resize_file(file, std::uintmax_t {1} << 30);
+    EXPECT_EQ(find(), "");
+    fs::remove(file);
+    ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
+    EXPECT_EQ(find(), "");
+    fs::remove(file);
+    fs::create_symlink("FirstSecond.plist", file);
+    EXPECT_EQ(find(), "");
+    fs::remove(file);
+    fs::create_directory(file);
     EXPECT_EQ(find(), "");
 }
 
