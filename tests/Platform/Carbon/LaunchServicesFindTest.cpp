@@ -6,6 +6,7 @@
 #include "tests/support/BundleBuilder.h"
 #include "tests/support/DesktopEntries.h"
 #include "tests/support/RunningProgram.h"
+#include "tests/support/WorkingDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -152,8 +153,7 @@ TEST_F(LSFindApplicationForInfoTest, FindsNothingWhenTheProgramIsGone)
 
 TEST_F(LSFindApplicationForInfoTest, FindsNothingByOddCommandLines)
 {
-    const fs::path former = fs::current_path();
-    fs::current_path(m_folder.path());
+    const ScopedWorkingDirectory inside(m_folder.path());
     for (const std::string& line :
         {std::string(), std::string("\"" + m_bundle.string() + "/Contents/Linux/Foo"), std::string("''"),
             std::string("%U"), std::string("# " + quoted(m_bundle)),
@@ -163,7 +163,6 @@ TEST_F(LSFindApplicationForInfoTest, FindsNothingByOddCommandLines)
         m_entries.add("foo", line);
         EXPECT_EQ(find(u"foo"), kNotFound) << line;
     }
-    fs::current_path(former);
     EXPECT_FALSE(fs::exists(m_folder.at("hit")));
 }
 
