@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 CPListParse::CPListParse()
     : CPListParse(kBaseKind)
@@ -34,15 +35,12 @@ int CPListParse::Parse()
 
 void CPListParse::Validate()
 {
-    m_xmlFileName.assign(u"Update_");
-    m_xmlFileName.append(m_productName);
-    m_xmlFileName.append(u"_");
-    m_xmlFileName.append(m_version);
-    if (!m_language.empty()) {
-        m_xmlFileName.append(u"_");
-        m_xmlFileName.append(m_language);
-    }
-    m_xmlFileName.append(u"_Mac.xml");
+    // Put together whole and cut once: text after a cut would no longer stand where it belongs.
+    std::u16string name = u"Update_";
+    name.append(m_productName).append(u"_").append(m_version);
+    if (!m_language.empty())
+        name.append(u"_").append(m_language);
+    m_xmlFileName.assign(name.append(u"_Mac.xml"));
 }
 
 int CPListParse::getSerTimeout()

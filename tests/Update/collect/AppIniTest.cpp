@@ -171,6 +171,13 @@ TEST_F(CAppIniTest, CutsTextsThatAreTooLong)
     EXPECT_EQ(m_record.xmlFileName(), u"Update_" + wide(1016, u'n'));
 }
 
+TEST_F(CAppIniTest, CutFileNameEndsWhereItWasCut)
+{
+    // One unit is free before the limit: half a pair does not go there, nor what comes after the pair.
+    ASSERT_EQ(parse(BundleBuilder().name(std::string(1015, 'n') + "\xF0\x9F\x98\x80")), 1);
+    EXPECT_EQ(m_record.xmlFileName(), u"Update_" + wide(1015, u'n'));
+}
+
 TEST_F(CAppIniTest, KeepsTheLongestTextsThatFit)
 {
     ASSERT_EQ(parse(BundleBuilder().version(std::string(63, 'v')).language(std::string(31, 'l'))), 1);
