@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr std::size_t kMaxNodes = 1'000'000;
+constexpr std::size_t kMaxNodes = 3'000'000;
 
 void lookAtNode(CFXMLNodeRef node)
 {

@@ -47,7 +47,7 @@ const void* CFXMLNodeGetInfoPtr(CFXMLNodeRef node);
 /// element. Adjacent pieces of text are one text node; text of white space only is left out: `options` must
 /// be kCFXMLParserSkipWhitespace. Predefined and numeric entities are resolved. Null for `data` that is null,
 /// not well-formed, refers to any other entity, has a document type with declarations of its own (the
-/// external one that it may name is never fetched), or passes 64 MiB, 1,000,000 nodes and attributes
+/// external one that it may name is never fetched), or passes 64 MiB, 3,000,000 nodes and attributes
 /// together, or 100,000 levels. `dataSource` must be null. The caller owns the tree; building and freeing it
 /// takes no stack in proportion to its depth.
 CFXMLTreeRef CFXMLTreeCreateFromData(

@@ -6,14 +6,19 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <functional>
+#include <map>
+#include <string>
 #include <utility>
 #include <vector>
 
 namespace {
 
 /// Nodes and attributes together.
-constexpr std::size_t kMaxNodes = 1'000'000;
+constexpr std::size_t kMaxNodes = 3'000'000;
 constexpr std::size_t kMaxLevels = 100'000;
+/// How many names are kept to be shared; documents have some tens.
+constexpr std::size_t kMaxSharedNames = 1'000;
 
 CFRef<CFStringRef> stringFromUtf8(std::string_view text)
 {
@@ -26,14 +31,33 @@ bool isWhiteSpace(std::u16string_view text)
         [](UniChar unit) { return unit == u' ' || unit == u'\t' || unit == u'\n' || unit == u'\r'; });
 }
 
-CFRef<CFDictionaryRef> attributesFrom(std::span<const char* const> attributes)
+/// The names of elements and attributes: those of one spelling share one string, as a document has a few
+/// names in many places.
+class NameTable {
+public:
+    CFRef<CFStringRef> stringFor(std::string_view name)
+    {
+        const auto known = m_strings.find(name);
+        if (known != m_strings.end())
+            return known->second;
+        CFRef<CFStringRef> string = stringFromUtf8(name);
+        if (m_strings.size() < kMaxSharedNames)
+            m_strings.emplace(name, string);
+        return string;
+    }
+
+private:
+    std::map<std::string, CFRef<CFStringRef>, std::less<>> m_strings;
+};
+
+CFRef<CFDictionaryRef> attributesFrom(std::span<const char* const> attributes, NameTable& names)
 {
     if (attributes.empty())
         return nullptr;
     std::vector<CFRef<CFStringRef>> owners;
     std::vector<std::pair<CFStringRef, CFTypeRef>> pairs;
     for (std::size_t i = 0; i + 1 < attributes.size(); i += 2) {
-        owners.push_back(stringFromUtf8(attributes[i]));
+        owners.push_back(names.stringFor(attributes[i]));
         owners.push_back(stringFromUtf8(attributes[i + 1]));
         pairs.emplace_back(owners[i], owners[i + 1]);
     }
@@ -56,7 +80,7 @@ public:
         m_nodeCount += attributes.size() / 2;
         if (m_open.size() > kMaxLevels || m_nodeCount > kMaxNodes)
             return false;
-        if (!add(kCFXMLNodeTypeElement, stringFromUtf8(name), attributesFrom(attributes)))
+        if (!add(kCFXMLNodeTypeElement, m_names.stringFor(name), attributesFrom(attributes, m_names)))
             return false;
         m_open.push_back(m_open.back()->m_children.back());
         return true;
@@ -96,6 +120,7 @@ private:
 
     CFRef<__CFTree*> m_document;
     std::vector<__CFTree*> m_open; ///< from the document to the innermost element that is open
+    NameTable m_names;
     std::size_t m_nodeCount = 0;
 };
 

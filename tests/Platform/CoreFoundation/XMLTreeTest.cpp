@@ -291,21 +291,32 @@ TEST(CFXMLTree, RefusesMoreThanOneHundredThousandLevels)
     EXPECT_TRUE(isRefused(nested(1'000'000)));
 }
 
-TEST(CFXMLTree, RefusesMoreThanAMillionNodes)
+TEST(CFXMLTree, RefusesMoreThanThreeMillionNodesAndAttributes)
 {
     std::string children;
-    for (int i = 0; i < 999'999; ++i)
+    for (int i = 0; i < 2'999'999; ++i)
         children += "<b/>";
     EXPECT_FALSE(isRefused("<a>" + children + "</a>"));
-    EXPECT_TRUE(isRefused("<a>" + children + "<b/></a>"));
+    EXPECT_TRUE(isRefused("<a c=''>" + children + "</a>"));
 }
 
-TEST(CFXMLTree, CountsAttributesAsNodes)
+TEST(CFXMLTree, SharesNamesWithoutMixingThemUp)
 {
+    // More names than are kept to be shared, each of them twice.
     std::string children;
-    for (int i = 0; i < 99'999; ++i)
-        children += "<b c='' d='' e='' f='' g='' h='' i='' j='' k=''/>"; // ten each
-    EXPECT_TRUE(isRefused("<a c='' d='' e='' f='' g='' h='' i='' j='' k='' l=''>" + children + "</a>"));
+    std::string outline;
+    for (int i = 0; i < 2'400; ++i) {
+        const std::string name = "n" + std::to_string(i % 1'200);
+        children += "<" + name + " " + name + "='" + std::to_string(i) + "'/>";
+        outline += (i == 0 ? "2:" : " 2:") + name;
+    }
+    const CFRef tree = treeOf("<a>" + children + "</a>");
+    ASSERT_TRUE(tree);
+    const CFTreeRef root = CFTreeGetChildAtIndex(tree, 0);
+    EXPECT_EQ(outlineOf(root), outline);
+    for (const int i : {0, 999, 1'000, 1'199, 1'200, 2'199, 2'200, 2'399})
+        EXPECT_EQ(attributeOf(CFTreeGetChildAtIndex(root, i), u"n" + wideFromUtf8(std::to_string(i % 1'200))),
+            std::to_string(i));
 }
 
 TEST(CFXMLTree, RefusesMoreThan64MiB)
