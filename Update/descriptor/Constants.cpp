@@ -7,9 +7,48 @@
 
 namespace {
 
-/// What looking for one constant counts for beside the text's length, and what putting it in counts for.
-constexpr std::size_t kUnitsPerConstant = 16;
-constexpr std::size_t kUnitsPerReplacement = 4 * WideText::kCapacity;
+/// What looking for one constant counts for beside the units compared, and what putting it in counts for.
+constexpr UInt64 kUnitsPerSearch = 16;
+constexpr UInt64 kUnitsPerReplacement = WideText::kCapacity;
+
+/// Where `text` holds `find`, which is not empty, at or after `from`; npos when it does not. Adds to `cost`
+/// every unit that is looked at: a text and a name may be made to agree for long in many places.
+std::size_t findFrom(std::u16string_view text, std::u16string_view find, std::size_t from, UInt64& cost)
+{
+    cost += text.size() - from + find.size() + kUnitsPerSearch;
+    while (find.size() <= text.size() - from) {
+        const std::size_t at = text.find(find.front(), from);
+        if (at == std::u16string_view::npos || find.size() > text.size() - at)
+            break;
+        const auto differs
+            = std::mismatch(find.begin(), find.end(), text.begin() + static_cast<std::ptrdiff_t>(at));
+        cost += static_cast<UInt64>(differs.first - find.begin());
+        if (differs.first == find.end())
+            return at;
+        from = at + 1;
+    }
+    return std::u16string_view::npos;
+}
+
+Replaced replaceAll(WideText& text, std::u16string_view find, std::u16string_view replacement, UInt64& cost)
+{
+    const std::u16string_view whole = text.view();
+    std::size_t match = find.empty() ? std::u16string_view::npos : findFrom(whole, find, 0, cost);
+    if (match == std::u16string_view::npos)
+        return Replaced::Nothing;
+
+    cost += kUnitsPerReplacement;
+    std::u16string result;
+    std::size_t from = 0;
+    while (match != std::u16string_view::npos && result.size() < WideText::kCapacity) {
+        result += whole.substr(from, match - from);
+        result += replacement;
+        from = match + find.size();
+        match = findFrom(whole, find, from, cost);
+    }
+    result += whole.substr(from);
+    return text.assign(result) ? Replaced::Whole : Replaced::Cut;
+}
 
 } // namespace
 
@@ -74,22 +113,26 @@ CLumStringW CConstants::mappedPath(std::u16string_view path) const
     return mapped;
 }
 
-/// Counts the search for so many constants in a text of so many units; false once the limit is passed.
-bool CConstants::mayVisit(std::size_t constants, std::size_t units) const
+/// Takes so much off what is left; false once nothing is.
+bool CConstants::spend(UInt64 units) const
 {
-    if (m_visitedUnits <= kMaxVisitedUnits)
-        m_visitedUnits += UInt64 {constants} * (units + kUnitsPerConstant);
-    return m_visitedUnits <= kMaxVisitedUnits;
+    m_unitsLeft -= std::min(units, m_unitsLeft);
+    return m_unitsLeft > 0;
 }
 
 /// True for a text that fits and holds no constant's name: most texts, which so need no buffer.
 bool CConstants::staysAsItIs(std::u16string_view text) const
 {
-    const auto isIn = [text](const tagStrCon& item) {
-        return !item.name.empty() && text.find(item.name.view()) != std::u16string_view::npos;
-    };
-    return text.size() < WideText::kCapacity && mayVisit(m_items.size(), text.size())
-        && std::none_of(m_items.begin(), m_items.end(), isIn);
+    if (text.size() >= WideText::kCapacity)
+        return false;
+    for (const tagStrCon& item : m_items) {
+        UInt64 cost = 0;
+        const std::u16string_view name = item.name;
+        const bool isIn = !name.empty() && findFrom(text, name, 0, cost) != std::u16string_view::npos;
+        if (!spend(cost) || isIn)
+            return false;
+    }
+    return true;
 }
 
 /// False when a result, or a value that was put in, had to be cut, and at the limit.
@@ -97,11 +140,11 @@ bool CConstants::substituteAll(WideText& text) const
 {
     bool whole = true;
     for (const tagStrCon& item : m_items) {
-        if (!mayVisit(1, text.size()))
+        if (m_unitsLeft == 0)
             return false;
-        const Replaced replaced = StrRplace(text, item.name, item.value);
-        if (replaced != Replaced::Nothing)
-            m_visitedUnits += kUnitsPerReplacement;
+        UInt64 cost = 0;
+        const Replaced replaced = replaceAll(text, item.name, item.value, cost);
+        (void)spend(cost); // looked at before the next constant
         if (replaced == Replaced::Cut || (replaced == Replaced::Whole && item.valueCut))
             whole = false;
     }
@@ -110,19 +153,6 @@ bool CConstants::substituteAll(WideText& text) const
 
 Replaced StrRplace(WideText& text, std::u16string_view find, std::u16string_view replacement)
 {
-    const std::u16string_view whole = text.view();
-    std::size_t match = find.empty() ? std::u16string_view::npos : whole.find(find);
-    if (match == std::u16string_view::npos)
-        return Replaced::Nothing;
-
-    std::u16string result;
-    std::size_t from = 0;
-    while (match != std::u16string_view::npos && result.size() < WideText::kCapacity) {
-        result += whole.substr(from, match - from);
-        result += replacement;
-        from = match + find.size();
-        match = whole.find(find, from);
-    }
-    result += whole.substr(from);
-    return text.assign(result) ? Replaced::Whole : Replaced::Cut;
+    UInt64 cost = 0;
+    return replaceAll(text, find, replacement, cost);
 }

@@ -10,9 +10,10 @@
 /// How many constants the blocks of one descriptor may define; further ones are left out. A descriptor needs
 /// some tens.
 inline constexpr std::size_t kMaxDescriptorConstants = 4096;
-/// How much text, in units, a table looks through for its constants before it stops substituting, so that
-/// many constants in many texts cannot keep a check busy. A large descriptor needs some ten millions.
-inline constexpr UInt64 kMaxVisitedUnits = UInt64 {1} << 30;
+/// How many units all descriptors below one product may look at for their constants before these stop being
+/// substituted, so that many constants in many texts cannot keep a check busy: some seconds. A large
+/// descriptor needs some millions, one with 100,000 files a thousand millions.
+inline constexpr UInt64 kMaxSearchedUnits = UInt64 {1} << 32;
 
 /// One constant, copied by value.
 struct tagStrCon {
@@ -40,18 +41,23 @@ public:
     /// The same where a path that does not fit is one that names nothing: it is empty.
     CLumStringW mappedPath(std::u16string_view path) const;
 
+    /// How many units may still be looked at. A descriptor hands this on to the one that it points at, and
+    /// takes back what that one left.
+    UInt64 unitsLeft() const { return m_unitsLeft; }
+    void setUnitsLeft(UInt64 units) { m_unitsLeft = units; }
+
     /// In the order of substitution.
     const std::vector<tagStrCon>& items() const { return m_items; }
 
 private:
-    bool mayVisit(std::size_t constants, std::size_t units) const;
+    bool spend(UInt64 units) const;
     bool staysAsItIs(std::u16string_view text) const;
     bool substituteAll(WideText& text) const;
 
     std::vector<tagStrCon> m_items;
     std::size_t m_parsed = 0; ///< how many of them the descriptor's own blocks defined
-    mutable UInt64 m_visitedUnits
-        = 0; ///< mutable, as it limits what substituting costs and not what it gives
+    /// Mutable, as it limits what substituting costs and not what it gives.
+    mutable UInt64 m_unitsLeft = kMaxSearchedUnits;
 };
 
 enum class Replaced { Nothing, Whole, Cut };

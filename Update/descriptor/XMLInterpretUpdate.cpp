@@ -91,8 +91,11 @@ SInt32 CXMLInterpret::DownloadAndGatherUpdate(CPListParse* plist, const SInt32* 
     child->m_tempSubFolder = m_tempSubFolder;
     child->m_parent = this;
     topOfChain().m_followedBytes += child->m_descriptorBytes;
-    if (!child->ParseFile(
-            plist->productName().c_str(), plist->version().c_str(), bundlePath.c_str(), base.c_str()))
+    child->m_constants.setUnitsLeft(m_constants.unitsLeft());
+    const bool hasFiles = child->ParseFile(
+        plist->productName().c_str(), plist->version().c_str(), bundlePath.c_str(), base.c_str());
+    m_constants.setUnitsLeft(child->m_constants.unitsLeft());
+    if (!hasFiles)
         return noErr;
     const int offered
         = child->CompNameAndVersion(plist->productName().c_str(), versionText(requiredVersion).c_str(), 1);

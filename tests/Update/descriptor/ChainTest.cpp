@@ -211,6 +211,28 @@ TEST(Chain, CountsBundlesWhoseDescriptorCannotBeFetched)
     EXPECT_EQ(suite.fetched(), 1U);
 }
 
+TEST(Chain, SharesWhatMayBeSpentOnConstants)
+{
+    const Suite suite;
+    // For each of 100 files four fixed constants are looked for in more than 1,000 units, and one is put in.
+    DescriptorFile file = fileNamed("many");
+    file.unzip = "/" + std::string(1000, 'x');
+    DescriptorBuilder texts;
+    for (int i = 0; i < 100; ++i)
+        texts.file(file);
+    const auto first = suite.offer("First", texts);
+    const auto second = suite.offer("Second", texts);
+    const auto names = [&](UInt64 units) {
+        const auto interpreter = suite.load(DescriptorBuilder().section(first).section(second).xml());
+        InterpreterAccess::limitSearching(*interpreter, units);
+        (void)suite.parse(*interpreter);
+        return namesOf(*interpreter).size();
+    };
+    EXPECT_EQ(names(kMaxSearchedUnits), 202U);
+    // Enough for one of the two, not for both: the second one's own file is its last.
+    EXPECT_EQ(names(800'000), 101U);
+}
+
 TEST(Chain, TakesOverUntilAMillionFilesAreHeld)
 {
     const Suite suite;

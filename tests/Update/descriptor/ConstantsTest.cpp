@@ -207,34 +207,56 @@ TEST(CConstants, DefinesNoMoreThanItsLimit)
     EXPECT_EQ(mapped(constants, u"%c4096%"), u"%c4096%"sv);
 }
 
-TEST(CConstants, StopsSubstitutingWhenItCostsTooMuch)
+TEST(CConstants, StopsSubstitutingWhenNothingIsLeftToSpend)
 {
-    // Some 4,000 replacements in each text: after a few hundred texts the limit is reached.
     CConstants constants = constantsWith(u"%a%", u"b");
-    tagStrCon again;
-    again.name = WideText(u"b");
-    again.value = WideText(u"b");
-    for (int i = 0; i < 4000; ++i)
-        constants.AddItem(again);
+    EXPECT_EQ(constants.unitsLeft(), 4'294'967'296U);
     EXPECT_EQ(constants.mappedText(u"%a%").view(), u"b"sv);
     EXPECT_EQ(constants.mappedPath(u"/%a%").view(), u"/b"sv);
-    for (int i = 0; i < 1000; ++i)
-        (void)constants.mappedText(u"%a%");
+    constants.setUnitsLeft(0);
     EXPECT_EQ(constants.mappedText(u"%a%").view(), u"%a%"sv);
     EXPECT_TRUE(constants.mappedPath(u"/%a%").empty());
     EXPECT_TRUE(constants.mappedPath(u"/other").empty());
 }
 
-TEST(CConstants, SubstitutesWhateverALargeDescriptorHolds)
+TEST(CConstants, StopsInTheMiddleOfATextRatherThanSearchOn)
 {
-    CConstants constants = constantsWith(u"%a%", u"b");
-    tagStrCon other;
-    other.name = WideText(u"%other%");
-    for (int i = 0; i < 30; ++i)
-        constants.AddItem(other);
-    for (int i = 0; i < 10'000; ++i)
-        (void)constants.mappedText(u"a path of about thirty units/%a%");
-    EXPECT_EQ(constants.mappedPath(u"/%a%").view(), u"/b"sv);
+    CConstants constants = constantsWith(u"%a%", u"%b%");
+    tagStrCon later;
+    later.name = WideText(u"%b%");
+    later.value = WideText(u"c");
+    constants.AddItem(later);
+    constants.setUnitsLeft(100); // less than one replacement
+    EXPECT_EQ(mapped(constants, u"%a%"), u"%b%"sv);
+    EXPECT_TRUE(constants.mappedPath(u"%a%").empty());
+}
+
+TEST(CConstants, CountsEveryUnitThatIsCompared)
+{
+    // At each of 523 places the first 500 units agree: some 260,000 units for one search.
+    CConstants constants = constantsWith(u"%%%%%%%%%%" + std::u16string(490, u'%') + u"a", u"b");
+    constants.setUnitsLeft(1'000'000);
+    const std::u16string text(1023, u'%');
+    EXPECT_EQ(constants.mappedPath(text).view(), text);
+    EXPECT_EQ(constants.mappedPath(text).view(), text);
+    EXPECT_EQ(constants.mappedPath(text).view(), text);
+    EXPECT_TRUE(constants.mappedPath(text).empty());
+}
+
+TEST(CConstants, CountsLongNamesAndReplacements)
+{
+    CConstants names;
+    tagStrCon item;
+    item.name = WideText(std::u16string(1023, u'n'));
+    for (int i = 0; i < 100; ++i)
+        names.AddItem(item);
+    names.setUnitsLeft(100'000);
+    EXPECT_TRUE(names.mappedPath(u"/short").empty());
+
+    const CConstants replacing = constantsWith(u"%a%", u"b");
+    const UInt64 before = replacing.unitsLeft();
+    EXPECT_EQ(replacing.mappedPath(u"%a%").view(), u"b"sv);
+    EXPECT_GT(before - replacing.unitsLeft(), 1024U);
 }
 
 TEST(StrRplace, ReplacesEveryOccurrence)

@@ -287,12 +287,21 @@ TEST(ParseFile, AppendsTheFixedConstantsAgainWhenCalledAgain)
     EXPECT_EQ(interpreter->constants().items()[5].name, u"%updatertemp%"sv);
 }
 
-TEST(ParseFile, InterpretsAHundredThousandFilesWithLongTexts)
+TEST(ParseFile, InterpretsAHundredThousandFilesWithTheirActionsAndALongText)
 {
     const Suite suite;
     std::string block = "<FILES><FILE name='long' title='" + std::string(1'000'000, 't') + "'/>";
-    for (int i = 0; i < 100'000; ++i)
-        block += "<FILE name='Top' check='version' version='2' size='1'/>";
-    const auto interpreter = suite.parsed(DescriptorBuilder().raw(block + "</FILES>"));
-    EXPECT_EQ(interpreter->filesToUpdate().size(), 100'001U);
+    for (int i = 0; i < 100'000; ++i) {
+        const std::string archive = "<destination>%updatertemp%/" + std::to_string(i) + "</destination>";
+        block += "<FILE name='Top' check='version' version='2'><action type='download'>" + archive
+            + "<location>%d%/a</location></action><action type='unzip'>" + archive + "</action></FILE>";
+    }
+    const auto interpreter = suite.parsed(DescriptorBuilder().constant("%d%", "d").raw(block + "</FILES>"));
+    ASSERT_EQ(interpreter->filesToUpdate().size(), 100'001U);
+    EXPECT_EQ(interpreter->filesToUpdate()[0]->title().view(), std::u16string(1023, u't'));
+    const CFileSec& last = *interpreter->filesToUpdate().back();
+    ASSERT_EQ(last.actions().size(), 2U);
+    EXPECT_EQ(last.actions()[0]->destination().view(), (suite.workFolder() / "99999").u16string());
+    EXPECT_EQ(last.actions()[0]->location(), u"d/a"sv);
+    EXPECT_EQ(last.actions()[1]->destination().view(), (suite.workFolder() / "99999").u16string());
 }

@@ -114,6 +114,11 @@ void InterpreterAccess::holdNullFiles(CXMLInterpret& interpreter, std::size_t co
         interpreter.m_files.AddItem(nullptr);
 }
 
+void InterpreterAccess::limitSearching(CXMLInterpret& interpreter, UInt64 units)
+{
+    interpreter.m_constants.setUnitsLeft(units);
+}
+
 std::vector<std::string> namesOf(const CXMLInterpret& interpreter)
 {
     std::vector<std::string> names;

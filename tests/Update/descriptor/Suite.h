@@ -59,6 +59,8 @@ struct InterpreterAccess {
     static void setSubFolder(CXMLInterpret& interpreter, const UniChar* name);
     /// Makes it hold so many files that are null.
     static void holdNullFiles(CXMLInterpret& interpreter, std::size_t count);
+    /// Leaves it so much to spend on looking for constants.
+    static void limitSearching(CXMLInterpret& interpreter, UInt64 units);
 };
 
 /// The names of the files that are left to update, in order.
