@@ -26,6 +26,8 @@ public:
     /// it.
     void recoverInstalls(const std::string& ownBundle);
     bool isInstalling() const { return m_runner.isRunning(); }
+    /// Withdraws an install's question for an administrator's rights, if one is open.
+    void endQuestion() { m_runner.endQuestion(); }
     /// The program to start when this one has ended; empty when nobody asked.
     const std::string& programToStart() const { return m_programToStart; }
 

@@ -3,7 +3,6 @@
 #include "TandemService/Paths.h"
 #include "TandemService/package/InstallResult.h"
 #include "Platform/Carbon/EventLoop.h"
-#include "Platform/Support/ChildProcess.h"
 
 #include <cstdio>
 #include <cstring>
@@ -43,25 +42,43 @@ SInt32 PackageRunner::run(const std::vector<std::string>& arguments)
     if (m_running)
         return numberOf(InstallError::targetBusy);
     m_running = true;
-    SInt32 status = start(m_programs.installer, arguments);
-    if (status == numberOf(InstallError::targetNotWritable) && m_programs.asksForRights) {
-        std::vector<std::string> words = {"--disable-internal-agent", m_programs.privilegedInstaller};
-        words.insert(words.end(), arguments.begin(), arguments.end());
-        status = start(m_programs.pkexec, words);
-    }
+    SInt32 status = startDirectly(arguments);
+    if (status == numberOf(InstallError::targetNotWritable) && m_programs.asksForRights)
+        status = startThroughPkexec(arguments);
     m_running = false;
     return status;
 }
 
-SInt32 PackageRunner::start(const std::string& program, const std::vector<std::string>& arguments)
+SInt32 PackageRunner::startDirectly(const std::vector<std::string>& arguments)
 {
     ChildRequest request;
-    request.program = program;
+    request.program = m_programs.installer;
     request.arguments = arguments;
     ChildProcess child;
+    return start(request, child);
+}
+
+SInt32 PackageRunner::startThroughPkexec(const std::vector<std::string>& arguments)
+{
+    ChildProcess child;
+    m_pkexec = &child;
+    const SInt32 status
+        = start(pkexecRequest(m_programs.pkexec, m_programs.privilegedInstaller, arguments), child);
+    m_pkexec = nullptr;
+    return status;
+}
+
+void PackageRunner::endQuestion()
+{
+    if (m_pkexec)
+        m_pkexec->askToEnd();
+}
+
+SInt32 PackageRunner::start(const ChildRequest& request, ChildProcess& child)
+{
     if (const int error = child.start(request); error != 0) {
-        std::fprintf(
-            stderr, "TandemService: %s cannot be started: %s\n", program.c_str(), std::strerror(error));
+        std::fprintf(stderr, "TandemService: %s cannot be started: %s\n", request.program.c_str(),
+            std::strerror(error));
         return numberOf(InstallError::system);
     }
     while (!child.hasEnded())

@@ -1,6 +1,7 @@
 // Runs the program `installer`, with the user's rights or an administrator's.
 #pragma once
 
+#include "Platform/Support/ToolRequests.h"
 #include "Platform/Support/Types.h"
 
 #include <string>
@@ -12,7 +13,7 @@ public:
     struct Programs {
         std::string installer;                                   ///< started directly
         std::string privilegedInstaller = "/usr/sbin/installer"; ///< started through pkexec
-        std::string pkexec = "/usr/bin/pkexec";
+        std::string pkexec = kPkexecTool;
         bool asksForRights = true; ///< not where there are no more, or nobody should be asked
     };
 
@@ -28,13 +29,19 @@ public:
     SInt32 recover(const std::string& target);
 
     bool isRunning() const { return m_running; }
+    /// Withdraws pkexec's question, if one is open: for a host that was told to end. An install that runs
+    /// goes on.
+    void endQuestion();
 
 private:
     SInt32 run(const std::vector<std::string>& arguments);
-    SInt32 start(const std::string& program, const std::vector<std::string>& arguments);
+    SInt32 startDirectly(const std::vector<std::string>& arguments);
+    SInt32 startThroughPkexec(const std::vector<std::string>& arguments);
+    SInt32 start(const ChildRequest& request, ChildProcess& child);
 
     Programs m_programs;
     bool m_running = false;
+    ChildProcess* m_pkexec = nullptr; ///< while it runs
 };
 
 /// The programs of the main bundle; an administrator is not asked for more rights.

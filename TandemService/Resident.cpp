@@ -5,6 +5,7 @@
 #include "TandemService/StopSignals.h"
 #include "TandemService/WindowWatcher.h"
 #include "Platform/CoreFoundation/CFRunLoop.h"
+#include "Platform/Security/Authorization.h"
 
 #include <QApplication>
 
@@ -103,6 +104,8 @@ void Resident::stop()
     m_stopped = true;
     m_desk.cancel();
     closeAlerts();
+    m_services.endQuestion();
+    EndAuthorizationQuestions();
     end();
 }
 

@@ -7,6 +7,7 @@
 #include "TandemService/WindowWatcher.h"
 #include "Platform/Carbon/Alerts.h"
 #include "Platform/CoreFoundation/CFRunLoop.h"
+#include "Platform/Security/Authorization.h"
 
 #include <QApplication>
 
@@ -156,6 +157,8 @@ void UpdateRun::stop()
     m_stopped = true;
     m_desk.cancel();
     closeAlerts();
+    m_services.endQuestion();
+    EndAuthorizationQuestions();
     finish();
 }
 

@@ -22,7 +22,6 @@ namespace {
 
 constexpr UInt32 kKnownFlags
     = kLSLaunchAndDisplayErrors | kLSLaunchDontAddToRecents | kLSLaunchNoParams | kLSLaunchNewInstance;
-constexpr char kPkexec[] = "/usr/bin/pkexec";
 constexpr char kZipType[] = "application/zip";
 
 bool endsIgnoringCase(const std::string& text, std::string_view ending)
@@ -80,8 +79,7 @@ OSStatus openPackage(const FSRef& package, const FSRef* target, FSRef& applicati
         return paramErr;
     ChildRequest request = installerRequest(package.path.c_str(), target->path.c_str());
     if (::geteuid() != 0 && ::access(target->path.c_str(), W_OK) != 0 && errno == EACCES) {
-        request.arguments.insert(request.arguments.begin(), {"--disable-internal-agent", request.program});
-        request.program = kPkexec;
+        request = pkexecRequest(kPkexecTool, request.program, request.arguments);
     } else if (const std::string carried = carriedInstaller(); !carried.empty()) {
         request.program = carried;
     }

@@ -4,6 +4,7 @@
 #include "Platform/Security/PrivilegedStart.h"
 #include "Platform/Support/Assertion.h"
 #include "Platform/Support/ErrorNumbers.h"
+#include "Platform/Support/ToolRequests.h"
 
 #include <cstdlib>
 #include <string_view>
@@ -14,7 +15,6 @@ struct AuthorizationOpaqueRef { };
 namespace {
 
 // Absolute: nothing in the environment can put another program in its place.
-constexpr char kPkexecTool[] = "/usr/bin/pkexec";
 constexpr char kPkcheckTool[] = "/usr/bin/pkcheck";
 // Where the suite's installation places it; polkit's action names the same place.
 constexpr char kStarterTool[] = "/usr/libexec/velmora-tandem/SelfRepairStarter";
@@ -72,6 +72,11 @@ OSStatus AuthorizationExecuteWithPrivileges(AuthorizationRef authorization, cons
     if (pipe && status == noErr)
         *pipe = output.release();
     return status;
+}
+
+void EndAuthorizationQuestions()
+{
+    endOpenQuestions();
 }
 
 OSStatus AuthorizationFree(AuthorizationRef authorization, AuthorizationFlags flags)

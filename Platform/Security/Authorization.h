@@ -48,5 +48,8 @@ OSStatus AuthorizationCopyRights(AuthorizationRef authorization, const Authoriza
 /// executed or differs from the installed one.
 OSStatus AuthorizationExecuteWithPrivileges(AuthorizationRef authorization, const char* pathToTool,
     AuthorizationFlags options, char* const* arguments, std::FILE** pipe);
+/// Withdraws the question that a start waits for, if there is one: for a program that was told to end. The
+/// start gives errAuthorizationDenied; a tool that runs already is waited for all the same.
+void EndAuthorizationQuestions();
 /// `flags` must be 0.
 OSStatus AuthorizationFree(AuthorizationRef authorization, AuthorizationFlags flags);

@@ -4,7 +4,9 @@
 #include "Platform/Security/OutputStream.h"
 #include "Platform/Support/ChildProcess.h"
 #include "Platform/Support/ErrorNumbers.h"
+#include "Platform/Support/ToolRequests.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <string_view>
 #include <sys/stat.h>
@@ -55,18 +57,41 @@ bool runWithEvents(ChildRequest& request, OutputStream* output, ChildProcess& ch
     return true;
 }
 
-// Has pkexec run `program` on the words after it, and then on the request's arguments. Gives what pkexec's
-// status means; `status` is that status.
-OSStatus askPkexec(
-    const char* pkexec, const std::vector<std::string>& words, const PrivilegedRequest& request, int& status)
+// The questions that are waited for; more than one only where an event of a wait starts another tool.
+std::vector<ChildProcess*>& openQuestions()
 {
-    ChildRequest child;
-    child.program = pkexec;
-    // Its own agent would wait for a password on the terminal.
-    child.arguments = {"--disable-internal-agent"};
-    child.arguments.insert(child.arguments.end(), words.begin(), words.end());
-    addAll(child.arguments, request.arguments);
+    static std::vector<ChildProcess*> questions;
+    return questions;
+}
+
+class OpenQuestion {
+public:
+    explicit OpenQuestion(ChildProcess& pkexec)
+        : m_pkexec(pkexec)
+    {
+        openQuestions().push_back(&pkexec);
+    }
+    OpenQuestion(const OpenQuestion&) = delete;
+    OpenQuestion& operator=(const OpenQuestion&) = delete;
+    ~OpenQuestion()
+    {
+        std::vector<ChildProcess*>& questions = openQuestions();
+        questions.erase(std::find(questions.begin(), questions.end(), &m_pkexec));
+    }
+
+private:
+    ChildProcess& m_pkexec;
+};
+
+// Has pkexec run `program` on the words and then on the request's arguments. Gives what pkexec's status
+// means; `status` is that status.
+OSStatus askPkexec(const char* pkexec, const std::string& program, std::vector<std::string> words,
+    const PrivilegedRequest& request, int& status)
+{
+    addAll(words, request.arguments);
+    ChildRequest child = pkexecRequest(pkexec, program, words);
     ChildProcess process;
+    const OpenQuestion question(process);
     if (!runWithEvents(child, request.output, process))
         return errAuthorizationToolExecuteFailure;
     status = process.status();
@@ -125,7 +150,7 @@ OSStatus startThroughPkexec(const char* pkexec, const PrivilegedRequest& request
     if (!isExecutableFile(request.tool))
         return errAuthorizationToolExecuteFailure;
     int status = 0;
-    return askPkexec(pkexec, {request.tool}, request, status);
+    return askPkexec(pkexec, request.tool, {}, request, status);
 }
 
 OSStatus startThroughStarter(const char* pkexec, const char* starter, const PrivilegedRequest& request)
@@ -133,9 +158,15 @@ OSStatus startThroughStarter(const char* pkexec, const char* starter, const Priv
     if (!isExecutableFile(request.tool))
         return errAuthorizationToolExecuteFailure;
     int status = 0;
-    const OSStatus result = askPkexec(pkexec, {starter, withResolvedFolder(request.tool)}, request, status);
+    const OSStatus result = askPkexec(pkexec, starter, {withResolvedFolder(request.tool)}, request, status);
     return result == noErr && status == kStarterRefusedStatus ? OSStatus(errAuthorizationToolExecuteFailure)
                                                               : result;
+}
+
+void endOpenQuestions()
+{
+    for (ChildProcess* const pkexec : openQuestions())
+        pkexec->askToEnd();
 }
 
 OSStatus checkMayAsk(const char* pkcheck)

@@ -48,6 +48,10 @@ OSStatus startThroughPkexec(const char* pkexec, const PrivilegedRequest& request
 /// folder are resolved here. A tool that it refuses gives errAuthorizationToolExecuteFailure.
 OSStatus startThroughStarter(const char* pkexec, const char* starter, const PrivilegedRequest& request);
 
+/// Ends each pkexec that is waited for and still asks, and with it its question; a tool that runs already is
+/// root's and runs on. The start then gives errAuthorizationDenied.
+void endOpenQuestions();
+
 /// Whether polkit lets this process's user start programs as root, at once or after a question: noErr, or
 /// errAuthorizationDenied also when polkit cannot be asked. Nothing is asked of the user. `pkcheck` is
 /// absolute, as above.

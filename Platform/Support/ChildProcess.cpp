@@ -148,7 +148,9 @@ int ChildProcess::start(const ChildRequest& request)
     if (error != 0)
         return error;
     const std::vector<char*> arguments = argumentVector(request);
-    const std::vector<char*> environment = environmentWithout(request.droppedVariables);
+    const std::vector<char*> environment = request.withoutEnvironment
+        ? std::vector<char*> {nullptr}
+        : environmentWithout(request.droppedVariables);
     m_keptStatus = std::make_unique<KeptStatus>();
     pid_t pid = 0;
     error = posix_spawn(&pid, request.program.c_str(), options.actions(), options.attributes(),
@@ -164,6 +166,12 @@ void ChildProcess::adopt(int processId)
 {
     VELMORA_ASSERT(m_pid == 0 && m_status == kStatusUnknown && processId > 0);
     m_pid = processId;
+}
+
+void ChildProcess::askToEnd()
+{
+    if (m_pid != 0)
+        (void)kill(m_pid, SIGTERM); // whoever may not be told goes on
 }
 
 bool ChildProcess::hasEnded()

@@ -13,6 +13,7 @@ struct ChildRequest {
     std::string program;                ///< absolute path; also the first word of the argument vector
     std::vector<std::string> arguments; ///< those after the program, handed on unchanged
     std::vector<std::string_view> droppedVariables; ///< names left out of the inherited environment
+    bool withoutEnvironment = false;                ///< its environment is empty
     bool withoutOutput = false;   ///< its standard output is /dev/null; its standard error stays ours
     bool withoutTerminal = false; ///< in a session of its own, so that no controlling terminal can be asked
     int outputFd = -1;            ///< a descriptor that its standard output is to be; below 0: none
@@ -39,6 +40,9 @@ public:
     void adopt(int processId);
     /// The child's process id; 0 when there is none, or it was reaped.
     int processId() const { return m_pid; }
+    /// Asks the child to end (SIGTERM). Nothing happens where there is none, and to one that runs with rights
+    /// that this process does not have.
+    void askToEnd();
     /// Looks, without waiting, whether the child has ended.
     bool hasEnded();
     /// Blocks until the child has ended; there is no time limit. Its status: see status().

@@ -60,3 +60,17 @@ ChildRequest installerRequest(const char* packagePath, const char* target)
     request.arguments = {"-pkg", pathArgument(packagePath), "-target", pathArgument(target)};
     return request;
 }
+
+ChildRequest pkexecRequest(
+    const std::string& pkexec, const std::string& program, const std::vector<std::string>& arguments)
+{
+    ChildRequest request;
+    request.program = pkexec;
+    // Its own agent would wait for a password on the terminal.
+    request.arguments = {"--disable-internal-agent", program};
+    request.arguments.insert(request.arguments.end(), arguments.begin(), arguments.end());
+    // It starts nothing at all when a variable that it would hand on is not to its taste: a $SHELL that
+    // /etc/shells does not list, a $DISPLAY that is a path. What runs as root is to depend on none of them.
+    request.withoutEnvironment = true;
+    return request;
+}

@@ -232,6 +232,16 @@ TEST(ToolRequests, MarkPatternCharactersOfAnArchivesNameAlone)
     EXPECT_EQ(unzipRequest("a\\].zip", "/t").arguments[1], "a\\].zip");
 }
 
+TEST(ToolRequests, StartPkexecWithoutAnAgentOfItsOwnAndWithoutAnyVariable)
+{
+    const ChildRequest request = pkexecRequest("/other/pkexec", "/tool", {"-a", "b c"});
+    EXPECT_EQ(request.program, "/other/pkexec");
+    EXPECT_EQ(
+        request.arguments, (std::vector<std::string> {"--disable-internal-agent", "/tool", "-a", "b c"}));
+    EXPECT_TRUE(request.withoutEnvironment);
+    EXPECT_STREQ(kPkexecTool, "/usr/bin/pkexec");
+}
+
 TEST(C2C_IsRunning, LooksForTheFilesNameWithoutItsExtension)
 {
     const ScopedTempDir folder;

@@ -1,6 +1,7 @@
 // The installer as a child: arguments, statuses, administrator's rights, and events meanwhile.
 #include "TandemService/PackageRunner.h"
 
+#include "tests/support/FakeHome.h"
 #include "tests/support/TempDir.h"
 
 #include <QTimer>
@@ -91,6 +92,31 @@ TEST(PackageRunners, AskForRightsToRecoverATarget)
     const Scripts scripts("exit 9", "exit 0");
     EXPECT_EQ(PackageRunner(scripts.programs).recover("/t"), 0);
     EXPECT_EQ(scripts.arguments("pkexec"), "--disable-internal-agent\n/sbin/other-installer\n-recover\n/t\n");
+}
+
+TEST(PackageRunners, HandNoneOfTheUsersVariablesToPkexec)
+{
+    // pkexec refuses a shell that the system does not list.
+    const ScopedEnvironment shell("SHELL", "/opt/own/shell");
+    EXPECT_EQ(
+        PackageRunner(Scripts("exit 9", "[ \"$SHELL\" != /opt/own/shell ]").programs).install("/p", "/t"), 0);
+}
+
+TEST(PackageRunners, WithdrawTheirQuestionAndNothingElse)
+{
+    const Scripts asks("exit 9", "exec sleep 60");
+    PackageRunner asking(asks.programs);
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, [&] { asking.endQuestion(); });
+    timer.start(20);
+    EXPECT_EQ(asking.install("/p", "/t"), 128 + 15);
+    // An install that runs is left alone.
+    Scripts scripts("", "exit 0");
+    scripts.programs.installer = scripts.write("installer", "sleep 0.2; exit 4");
+    PackageRunner installing(scripts.programs);
+    QObject::connect(&timer, &QTimer::timeout, [&] { installing.endQuestion(); });
+    EXPECT_EQ(installing.install("/p", "/t"), 4);
+    installing.endQuestion(); // there is none
 }
 
 TEST(PackageRunners, ProcessEventsWhileTheyWaitAndAreNotNested)

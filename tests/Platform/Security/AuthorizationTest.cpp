@@ -228,6 +228,33 @@ TEST(StartThroughPkexec, TellsDismissedRefusedAndRanApart)
     expectNoZombie();
 }
 
+TEST(StartThroughPkexec, HandsDownNoneOfTheUsersVariables)
+{
+    // pkexec refuses a shell that the system does not list.
+    const ScopedEnvironment shell("SHELL", "/opt/own/shell");
+    const ScopedTempDir folder;
+    const fs::path tool = makeTool(folder);
+    const fs::path pkexec = makePkexec(folder, "env > '" + folder.at("variables").string() + "'");
+    EXPECT_EQ(startThroughPkexec(pkexec.c_str(), {tool.c_str()}), noErr);
+    EXPECT_EQ(readWholeFile(folder.at("variables")).find("/opt/own/shell"), std::string::npos);
+}
+
+TEST(StartThroughPkexec, EndsAQuestionThatIsWithdrawn)
+{
+    const ScopedTempDir folder;
+    const fs::path tool = makeTool(folder);
+    const fs::path pkexec = makePkexec(folder, "exec sleep 60");
+    const EventLoopTimerUPP upp
+        = NewEventLoopTimerUPP([](EventLoopTimerRef, void*) { EndAuthorizationQuestions(); });
+    EventLoopTimerRef timer = nullptr;
+    ASSERT_EQ(InstallEventLoopTimer(GetCurrentEventLoop(), 0.02, 0, upp, nullptr, &timer), noErr);
+    EXPECT_EQ(startThroughPkexec(pkexec.c_str(), {tool.c_str()}), -60005);
+    EXPECT_EQ(RemoveEventLoopTimer(timer), noErr);
+    DisposeEventLoopTimerUPP(upp);
+    EndAuthorizationQuestions(); // none is open
+    expectNoZombie();
+}
+
 TEST(StartThroughPkexec, DoesNotAskForAToolThatCannotBeExecuted)
 {
     const ScopedTempDir folder;

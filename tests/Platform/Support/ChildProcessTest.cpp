@@ -178,6 +178,29 @@ TEST(ChildProcess, InheritsTheEnvironmentButTheDroppedVariables)
     EXPECT_EQ(child.waitUntilEnded(), 0);
 }
 
+TEST(ChildProcess, HasAnEmptyEnvironmentOnRequest)
+{
+    ChildRequest request;
+    request.program = "/usr/bin/env"; // prints what it has
+    request.withoutEnvironment = true;
+    testing::internal::CaptureStdout();
+    ChildProcess child;
+    ASSERT_EQ(child.start(request), 0);
+    EXPECT_EQ(child.waitUntilEnded(), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
+TEST(ChildProcess, EndsWhenItIsAskedTo)
+{
+    ChildProcess child;
+    child.askToEnd(); // there is none yet
+    ASSERT_EQ(child.start(shellRequest("exec sleep 60")), 0);
+    child.askToEnd();
+    EXPECT_EQ(child.waitUntilEnded(), 128 + SIGTERM);
+    EXPECT_TRUE(child.endedBySignal());
+    child.askToEnd(); // nobody
+}
+
 TEST(ChildProcess, LeavesOurSessionWhenItMayHaveNoTerminal)
 {
     // The sixth field of stat is the session, whose leader has its number as process id.
