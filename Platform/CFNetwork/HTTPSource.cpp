@@ -1,6 +1,8 @@
 // One HTTP transfer as a stream's body.
 #include "Platform/CFNetwork/HTTPSource.h"
 
+#include <algorithm>
+#include <charconv>
 #include <utility>
 
 namespace {
@@ -25,6 +27,20 @@ int statusClass(std::string_view line)
         return 0;
     const char digit = line[blank + 1];
     return digit >= '0' && digit <= '9' ? digit - '0' : 0;
+}
+
+/// What a header line says in its field `name` (in lower case), without the blanks around it; nothing when it
+/// is another field.
+std::optional<std::string_view> fieldValue(std::string_view line, std::string_view name)
+{
+    const auto isSame = [](char a, char b) { return b == (a >= 'A' && a <= 'Z' ? a + ('a' - 'A') : a); };
+    if (line.size() <= name.size() || line[name.size()] != ':'
+        || !std::equal(name.begin(), name.end(), line.begin(), [&](char b, char a) { return isSame(a, b); }))
+        return std::nullopt;
+    constexpr std::string_view kBlanks = " \t\r\n";
+    line.remove_prefix(name.size() + 1);
+    line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size()));
+    return line.substr(0, line.find_last_not_of(kBlanks) + 1);
 }
 
 } // namespace
@@ -108,6 +124,21 @@ void HTTPSource::transferDone(CURLcode result)
     m_onChange();
 }
 
+/// A length that is none, does not fit or contradicts an earlier one leaves open where the body ends
+/// (RFC 9112, 6.3). libcurl would read on to the end of the connection, and a short body would pass for
+/// whole.
+bool HTTPSource::acceptLength(std::string_view text)
+{
+    SInt64 length = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), length);
+    const bool isNumber = error == std::errc() && end == text.data() + text.size() && text[0] != '-';
+    const bool isKnown = m_length.has_value();
+    if (!isNumber || (isKnown && *m_length != length))
+        return false;
+    m_length = length;
+    return true;
+}
+
 bool HTTPSource::acceptHeader(std::string_view line)
 {
     const int kind = statusClass(line);
@@ -117,10 +148,15 @@ bool HTTPSource::acceptHeader(std::string_view line)
     }
     if (kind >= 2)
         m_sawFinalAnswer = true;
-    if (kind != 0)
+    if (kind != 0) {
         m_headersComplete = false;
-    else if (line == "\r\n" || line == "\n")
+        m_length.reset();
+    } else if (line == "\r\n" || line == "\n") {
         m_headersComplete = true;
+    }
+    const auto length = m_headersComplete ? std::nullopt : fieldValue(line, "content-length");
+    if (length && !acceptLength(*length))
+        return false;
     m_headerBytes += line.size();
     return m_headerBytes <= kMaxHeaderBytes;
 }

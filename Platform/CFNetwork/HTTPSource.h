@@ -6,6 +6,7 @@
 #include "Platform/CFNetwork/CurlMulti.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -25,6 +26,7 @@ private:
     static std::size_t headerCallback(char* bytes, std::size_t size, std::size_t count, void* self);
     static std::size_t bodyCallback(char* bytes, std::size_t size, std::size_t count, void* self);
     bool acceptHeader(std::string_view line);
+    bool acceptLength(std::string_view text);
     bool configure();
     void transferDone(CURLcode result) override;
 
@@ -42,5 +44,6 @@ private:
     std::size_t m_headerBytes = 0;  ///< of the current request's answers
     bool m_sawFinalAnswer = false;  ///< a status line of 200 or above came for the current request
     bool m_headersComplete = false; ///< the empty line after the last answer's header fields came
+    std::optional<SInt64> m_length; ///< of the body, as the current answer announces it
     SInt32 m_finalStatus = 0;       ///< set when the transfer is done
 };

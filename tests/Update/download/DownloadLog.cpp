@@ -3,6 +3,8 @@
 
 #include "Platform/CoreFoundation/CFRunLoop.h"
 
+#include <chrono>
+
 DownloadLog::DownloadLog(CHttpDownload& downloader)
 {
     downloader.SetDownloadCallBack(&DownloadLog::told, this);
@@ -42,7 +44,8 @@ std::size_t DownloadLog::chunkBytes() const
 
 bool DownloadLog::waitForEnd() const
 {
-    for (int i = 0; i < 1000 && ends().empty(); ++i)
+    const auto bound = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (ends().empty() && std::chrono::steady_clock::now() < bound)
         CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0.01, true);
     return !ends().empty();
 }
