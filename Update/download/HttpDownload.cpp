@@ -58,8 +58,9 @@ int CHttpDownload::Download(const UniChar* url, int synchronous, const UniChar* 
     }
     if (!synchronous)
         return 1;
+    const std::weak_ptr<void> alive = m_alive;
     poll();
-    return m_status == kDownloadComplete ? 1 : 0;
+    return !alive.expired() && m_status == kDownloadComplete ? 1 : 0;
 }
 
 /// False when the file could not be created. A path that names no place leaves the download in memory.

@@ -11,7 +11,7 @@
 /// Told of a download's progress. (2, n, userData): a chunk of n bytes, 1 to 16384, was stored; nonzero goes
 /// on, 0 cancels, which ends the download with code 3. (code, 0, userData): the download ended, told once
 /// whatever the reason (but for the destructor); the result is ignored. In that last call of an asynchronous
-/// download the downloader may be used again or destroyed.
+/// download the downloader may be used again; in every call it may be destroyed.
 using DownloadCallBack = int (*)(int event, int value, void* userData);
 
 /// The event that reports a chunk: the number of the stream's event.
@@ -89,6 +89,7 @@ private:
     DownloadCallBack m_callback = nullptr;
     void* m_callbackUserData = nullptr;
     SInt16 m_file = 0; ///< the target; 0 for memory, -1 when it could not be created
+    const std::shared_ptr<void> m_alive = std::make_shared<char>(); ///< tells that a callback destroyed this
 
     struct UPPDisposer {
         void operator()(OpaqueEventLoopTimerUPP* upp) const { DisposeEventLoopTimerUPP(upp); }

@@ -14,11 +14,14 @@ constexpr UInt32 kTicksPerSecond = 60;
 
 } // namespace
 
-/// A busy loop on purpose: no sleep and no events of the application, only the stream's own short wait.
+/// A busy loop on purpose: no sleep and no events of the application, only the stream's own short wait. The
+/// callback may destroy this object: nothing is touched after that.
 void CHttpDownload::poll()
 {
+    const std::weak_ptr<void> alive = m_alive;
     UInt32 mark = TickCount();
-    while (m_stream) { // ends with the body, a failure, or a time-out's length without data
+    while (
+        !alive.expired() && m_stream) { // ends with the body, a failure, or a time-out's length without data
         if (CFReadStreamHasBytesAvailable(m_stream)) {
             ReadStreamClientCallBack(m_stream, kCFStreamEventHasBytesAvailable);
             mark = TickCount();
@@ -27,7 +30,7 @@ void CHttpDownload::poll()
             if (SInt64 {idleMs} > m_timeoutMs)
                 TerminateDownload(kDownloadTimedOut, 1);
         }
-        if (!m_stream)
+        if (alive.expired() || !m_stream)
             return;
         const CFStreamStatus status = CFReadStreamGetStatus(m_stream);
         if (status == kCFStreamStatusAtEnd)
@@ -74,7 +77,11 @@ void CHttpDownload::receiveChunk(CFReadStreamRef stream)
     m_receivedSize = addReceivedBytes(m_receivedSize, count);
     if (m_timer)
         (void)SetEventLoopTimerNextFireTime(m_timer, timeout()); // it is installed: cannot fail
-    if (m_callback && m_callback(kDownloadChunkEvent, count, m_callbackUserData) == 0)
+    if (!m_callback)
+        return;
+    const std::weak_ptr<void> alive = m_alive;
+    const bool goesOn = m_callback(kDownloadChunkEvent, count, m_callbackUserData) != 0;
+    if (!goesOn && !alive.expired())
         TerminateDownload(kDownloadCancelled, 1);
 }
 

@@ -1,4 +1,5 @@
 // The downloader: receiving, ending, and what its callback is told; each rule in both modes.
+#include "Platform/CoreFoundation/CFRunLoop.h"
 #include "Platform/Support/Unicode.h"
 #include "tests/Update/download/DownloadLog.h"
 #include "tests/support/ScopedFileSizeLimit.h"
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -349,10 +351,20 @@ TEST_P(CHttpDownloadTest, BodiesComeInEveryFraming)
     server.on("/interim",
         ServerScript().send("HTTP/1.1 103 Early Hints\r\nLink: x\r\n\r\n"
                             "HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nhello"));
+    server.on("/continue",
+        ServerScript().send(
+            "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nhello"));
+    server.on("/trailers",
+        ServerScript().send("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\nTrailer: X\r\n\r\n"
+                            "5;name=value\r\nhello\r\n0\r\nX: y\r\nContent-Length: 2\r\n\r\n"));
+    server.on("/both",
+        ServerScript().send("HTTP/1.1 200 OK\r\nContent-Length: 2\r\nTransfer-Encoding: chunked\r\n\r\n"
+                            "5\r\nhello\r\n0\r\n\r\n"));
     server.on("/drip",
         ServerScript().sendSlowly(
             answer::head(200, {"Content-Length: 5"}) + "hello", 1, std::chrono::milliseconds(1)));
-    for (const char* path : {"/chunked", "/close", "/longer", "/interim", "/drip"}) {
+    for (const char* path :
+        {"/chunked", "/close", "/longer", "/interim", "/continue", "/trailers", "/both", "/drip"}) {
         CHttpDownload downloader(kTimeoutMs, 0);
         DownloadLog log(downloader);
         EXPECT_TRUE(download(downloader, log, GetParam(), server.wideUrl(path))) << path;
@@ -371,4 +383,45 @@ TEST_P(CHttpDownloadTest, CompressedBodyArrivesAsItWasSent)
     EXPECT_TRUE(download(downloader, log, GetParam(), server.wideUrl("/a")));
     EXPECT_EQ(receivedBytes(downloader), "\x1f\x8b!");
     EXPECT_EQ(server.requests()[0].headers.count("accept-encoding"), 0u);
+}
+
+TEST_P(CHttpDownloadTest, MayBeDestroyedInEachOfItsCallbacks)
+{
+    for (const int chunkResult : {0, 1}) {
+        ScopedServer server;
+        server.on("/a", answer::ok(longBody(100'000)));
+        auto downloader = std::make_unique<CHttpDownload>(kTimeoutMs, 0);
+        DownloadLog log(*downloader);
+        log.chunkResult = chunkResult;
+        log.atChunk = [&] { downloader.reset(); };
+        const bool synchronous = GetParam() == Mode::synchronous;
+        EXPECT_EQ(
+            downloader->Download(server.wideUrl("/a").c_str(), synchronous, nullptr), synchronous ? 0 : 1);
+        for (int i = 0; i < 1000 && downloader; ++i)
+            CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0.01, true);
+        EXPECT_EQ(log.calls().size(), 1u) << "the end of a destroyed downloader is not told";
+    }
+    ScopedServer server;
+    server.on("/a", answer::ok("hello"));
+    auto downloader = std::make_unique<CHttpDownload>(kTimeoutMs, 0);
+    DownloadLog log(*downloader);
+    log.atEnd = [&] { downloader.reset(); };
+    (void)downloader->Download(server.wideUrl("/a").c_str(), GetParam() == Mode::synchronous, nullptr);
+    EXPECT_TRUE(log.waitForEnd());
+    EXPECT_EQ(downloader, nullptr);
+}
+
+TEST_P(CHttpDownloadTest, MayBeDestroyedWhenItIsToldThatItsTargetCannotBeCreated)
+{
+    const ScopedTempDir folder;
+    const std::u16string target = wideFromUtf8(folder.at("no such folder/target").string());
+    ScopedServer server;
+    server.on("/a", ServerScript().stall());
+    auto downloader = std::make_unique<CHttpDownload>(kTimeoutMs, 0);
+    DownloadLog log(*downloader);
+    log.atEnd = [&] { downloader.reset(); };
+    EXPECT_EQ(
+        downloader->Download(server.wideUrl("/a").c_str(), GetParam() == Mode::synchronous, target.c_str()),
+        0);
+    EXPECT_EQ(downloader, nullptr);
 }
