@@ -1,12 +1,12 @@
 #include "Cocoa2CarbonLib/Cocoa2Carbon.h"
 
 #include "Cocoa2CarbonLib/DSProcessesInfo.h"
+#include "Cocoa2CarbonLib/UnzipGuard.h"
 #include "Platform/Support/Assertion.h"
 #include "Platform/Support/ErrorNumbers.h"
 #include "Platform/Support/ToolRequests.h"
 
 #include <string_view>
-#include <sys/stat.h>
 
 namespace {
 
@@ -17,13 +17,6 @@ int runTool(const ChildRequest& request)
 {
     ChildProcess child;
     return child.start(request) == 0 ? child.waitUntilEnded() : kNotStartedStatus;
-}
-
-/// True for what is there but is no regular file: the tool would wait for ever for what comes out of a pipe.
-bool isNoFile(const char* path)
-{
-    struct stat status;
-    return ::stat(path, &status) == 0 && !S_ISREG(status.st_mode);
 }
 
 /// The last component of a path, without its extension; a "." at its beginning begins none.
@@ -38,7 +31,7 @@ std::string_view nameWithoutExtension(std::string_view path)
 
 int C2C_UnzipFile(const char* zipPath, const char* destinationFolder)
 {
-    if (!zipPath || !destinationFolder || isNoFile(zipPath))
+    if (!zipPath || !destinationFolder || !mayBeUnzipped(zipPath))
         return 0;
     return runTool(unzipRequest(zipPath, destinationFolder)) == 0 ? 1 : 0;
 }

@@ -10,7 +10,8 @@ extern "C" {
 /// UTF-8; before one that begins with "-", and would be read as an option, "./" is put, and in an archive's
 /// name that would be read as a pattern its characters are marked as literal. Blocks until the tool has
 /// ended; there is no time limit. Its listing is not shown, its complaints go to standard error. 1 when its
-/// exit status was 0, otherwise 0, also for a null argument and for an archive that is no regular file.
+/// exit status was 0, otherwise 0, also for a null argument, for an archive that is no regular file, and
+/// where the tool would have unpacked another archive instead.
 int C2C_UnzipFile(const char* zipPath, const char* destinationFolder);
 
 /// Installs a package with "/usr/sbin/installer -pkg PACKAGE -target TARGET", paths as above. Blocks until

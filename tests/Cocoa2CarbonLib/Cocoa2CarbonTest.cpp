@@ -173,6 +173,39 @@ TEST(C2C_UnzipFile, DoesNotWaitForAnArchiveThatIsAPipe)
     EXPECT_EQ(C2C_UnzipFile(folder.at("a.zip").c_str(), folder.makeFolder("target").c_str()), 0);
 }
 
+TEST(C2C_UnzipFile, TakesNoOtherArchiveForAMissingOrADamagedOne)
+{
+    const ScopedTempDir folder;
+    for (const std::string other : {"a.zip", "a.ZIP"}) {
+        const std::string archive = readWholeFile(makeZip(folder, other, "another"));
+        // The last one lacks the last byte of its end, the 22 bytes that every archive ends with.
+        for (const std::string& damaged : {std::string(), std::string("junk"), std::string(70'000, 'j'),
+                 archive.substr(0, archive.size() - 1)}) {
+            if (!damaged.empty())
+                (void)folder.write("a", damaged);
+            EXPECT_EQ(C2C_UnzipFile(folder.at("a").c_str(), folder.makeFolder("target").c_str()), 0);
+            EXPECT_FALSE(fs::exists(folder.at("target/inside.txt"))) << other << damaged.size();
+        }
+        fs::remove(folder.at("a"));
+        fs::remove(folder.at(other));
+    }
+}
+
+TEST(C2C_UnzipFile, TakesAnArchiveBesideOneWithALongerName)
+{
+    const ScopedTempDir folder;
+    (void)makeZip(folder, "a.zip", "another");
+    const fs::path zip = makeZip(folder, "a", "fresh");
+    const fs::path target = folder.makeFolder("target");
+    EXPECT_EQ(C2C_UnzipFile(zip.c_str(), target.c_str()), 1);
+    EXPECT_EQ(readWholeFile(target / "inside.txt"), "fresh");
+    // As much may follow its end as a comment can hold, and the tool finds it all the same.
+    (void)folder.write("a", readWholeFile(zip) + std::string(65'535, 'c'));
+    (void)folder.write("target/inside.txt", "old");
+    EXPECT_EQ(C2C_UnzipFile(zip.c_str(), target.c_str()), 1);
+    EXPECT_EQ(readWholeFile(target / "inside.txt"), "fresh");
+}
+
 TEST(C2C_UnzipFile, KeepsItsListingOutOfOurOutput)
 {
     const ScopedTempDir folder;
