@@ -119,8 +119,9 @@ int ioctl(int file, unsigned long request, ...) noexcept // the C library's own 
     va_start(arguments, request);
     void* const argument = va_arg(arguments, void*);
     va_end(arguments);
-    errno = EOPNOTSUPP;
-    return request == FICLONE ? -1 : static_cast<int>(::syscall(SYS_ioctl, file, request, argument));
+    if (request == FICLONE && fails("FICLONE", EOPNOTSUPP))
+        return -1;
+    return static_cast<int>(::syscall(SYS_ioctl, file, request, argument));
 }
 
 int close(int file)
@@ -205,6 +206,25 @@ TEST_F(FSCopyCallsTest, OpensAllForksBeforeItCopiesTheFirst)
     EXPECT_EQ(copy(file), 0);
     EXPECT_EQ(std::count(g_calls.made.begin(), g_calls.made.end(), "fgetxattr"), 2);
     EXPECT_LT(lastOf("fgetxattr"), firstOf("pwrite"));
+}
+
+TEST_F(FSCopyCallsTest, AsksTheVolumeToCopyExceptIntoADropBox)
+{
+    m_temp.write("tree/file", "new");
+    EXPECT_EQ(copy(m_tree), 0);
+    EXPECT_THAT(g_calls.made, testing::Contains("FICLONE"));
+    if (!child::canChangeUser())
+        GTEST_SKIP() << "a folder that cannot be read needs an ordinary user";
+    fs::remove_all(m_dest / "tree");
+    const int status = runAsOwner([this] {
+        EXPECT_EQ(::chmod(m_dest.c_str(), 0300), 0);
+        g_calls = {};
+        EXPECT_EQ(copy(m_tree), 0);
+        EXPECT_THAT(g_calls.made, testing::Not(testing::Contains("FICLONE")));
+        return HasFailure() ? 1 : 0;
+    });
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(readWholeFile(m_dest / "tree/file"), "new");
 }
 
 TEST_F(FSCopyCallsTest, ReplacesOnVolumesThatCannotRefuseATakenNameThemselves)

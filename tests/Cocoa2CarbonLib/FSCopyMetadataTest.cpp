@@ -159,8 +159,12 @@ TEST_F(FSCopyMetadataTest, CopiesAccessControlListsAndInheritsNone)
     if (!setAttribute(listed, "system.posix_acl_access", list)
         || !setAttribute(m_dest, "system.posix_acl_default", list))
         GTEST_SKIP() << "the file system has no access control lists";
+    const fs::path sub = m_temp.makeFolder("tree/sub");
+    ASSERT_TRUE(setAttribute(sub, "system.posix_acl_default", list));
     const mode_t listedMode = statusOf(listed).st_mode;
     EXPECT_EQ(copy(m_tree), 0);
+    EXPECT_EQ(attribute(m_dest / "tree/sub", "system.posix_acl_default"), list);
+    EXPECT_EQ(attribute(m_dest / "tree/sub", "system.posix_acl_access"), "(none)");
     EXPECT_EQ(attribute(m_dest / "tree/listed", "system.posix_acl_access"), list);
     EXPECT_EQ(statusOf(m_dest / "tree/listed").st_mode, listedMode);
     EXPECT_EQ(attribute(m_dest / "tree/plain", "system.posix_acl_access"), "(none)");

@@ -104,6 +104,39 @@ TEST_F(FSCopyMountsTest, ReplacesNoFileThatAMountShowsAsTheSource)
         GTEST_SKIP() << kNeedsMounting;
 }
 
+TEST_F(FSCopyMountsTest, CopiesAndReplacesInALayeredVolume)
+{
+    const fs::path lower = m_temp.makeFolder("lower");
+    const fs::path upper = m_temp.makeFolder("upper");
+    const std::string options = "lowerdir=" + lower.string() + ",upperdir=" + upper.string()
+        + "/data,workdir=" + upper.string() + "/work";
+    const int status = child::run([&] {
+        // Two volumes below: objects get other numbers when they are copied from the lower to the upper one.
+        if (!mounts::separate() || !mounts::mountNew(lower, "tmpfs", nullptr)
+            || !mounts::mountNew(upper, "tmpfs", nullptr))
+            return mounts::kCannotMount;
+        m_temp.makeFolder("upper/data");
+        m_temp.makeFolder("upper/work");
+        m_temp.write("lower/file", "old");
+        m_temp.write("lower/tree/sub/file", "old");
+        if (!mounts::mountNew(m_dest, "overlay", options.c_str()))
+            return mounts::kCannotMount;
+        EXPECT_EQ(replace(m_temp.write("file", "new"), m_dest), 0);
+        EXPECT_EQ(readWholeFile(m_dest / "file"), "new");
+        EXPECT_THAT(trees::names(m_dest), testing::ElementsAre("file", "tree"));
+        CopyCall call;
+        call.source = m_dest / "tree";
+        call.destDir = m_dest;
+        call.dupeAction = kDupeActionRename;
+        EXPECT_EQ(call.run(), 0);
+        EXPECT_EQ(describeTree(m_dest / "tree_1"), describeTree(m_dest / "tree"));
+        return HasFailure() ? 1 : 0;
+    });
+    if (status == mounts::kCannotMount)
+        GTEST_SKIP() << kNeedsMounting;
+    EXPECT_EQ(status, 0);
+}
+
 TEST_F(FSCopyMountsTest, ReplacesNothingThatSomethingIsMountedOn)
 {
     m_temp.write("tree/file", "new");
