@@ -96,6 +96,7 @@ OSStatus copyAndCleanUp(const FSCopyPlan& plan, const FSCopyRequest& request, FS
     return err;
 }
 
+/// Puts the object that is to be replaced aside, unless the copy would come to lie inside its source.
 OSStatus makeRoom(const FSCopyPlan& plan)
 {
     const OSStatus err = plan.isDirectory ? CheckForDestInsideSrc(plan) : noErr;

@@ -11,15 +11,14 @@ constexpr const char* kAsideSuffix = ".DeleteMe";
 
 OSStatus lookAtSource(const FSRef& ref, FSCopyPlan& plan)
 {
-    OSStatus error = openContainerOfRef(ref, plan.sourceFolder, plan.sourceName);
+    OSStatus error = openPlaceOfRef(ref, plan.sourcePlace);
     if (error == noErr)
-        error = itemInfo(plan.sourceFolder.get(), plan.sourceName, plan.source);
+        error = itemInfo(plan.sourcePlace.folder.get(), plan.sourcePlace.name, plan.source);
     if (error != noErr)
         return error;
     const bool isSame = plan.source.device == ref.device && plan.source.inode == ref.inode;
     if (!isSame && plan.source.kind != ItemKind::kLink)
         return errFSBadFSRef;
-    plan.sourceFolderPath = ref.path.substr(0, ref.path.rfind('/'));
     plan.isDirectory = plan.source.kind == ItemKind::kFolder;
     return plan.source.kind == ItemKind::kOther ? notAFileErr : noErr;
 }
@@ -31,7 +30,7 @@ bool mayCopyWithinVolume(const FSCopyPlan& plan, const VolumeParms& destParms)
     if (plan.source.device == plan.dest.device)
         return true;
     VolumeParms sourceParms;
-    return destParms.hasSubvolumes && volumeParms(plan.sourceFolder.get(), sourceParms) == noErr
+    return destParms.hasSubvolumes && volumeParms(plan.sourcePlace.folder.get(), sourceParms) == noErr
         && sourceParms.hasSubvolumes;
 }
 
@@ -59,14 +58,14 @@ OSStatus holdsSource(const FSCopyPlan& plan, bool& holds)
 {
     holds = isSameItem(plan.existing, plan.source);
     if (plan.existing.kind == ItemKind::kFolder)
-        return holds ? noErr : folderLiesInside(plan.sourceFolder.get(), plan.existing, holds);
+        return holds ? noErr : folderLiesInside(plan.sourcePlace.folder.get(), plan.existing, holds);
     // With one name alone it is the source however that is written: a volume may know no case, and what is
     // mounted may show a file at two places.
     if (!holds || plan.existing.links == 1)
         return noErr;
     ItemInfo from;
-    const OSStatus error = openItemInfo(plan.sourceFolder.get(), from);
-    holds = isSameItem(from, plan.dest) && plan.newName == plan.sourceName;
+    const OSStatus error = openItemInfo(plan.sourcePlace.folder.get(), from);
+    holds = isSameItem(from, plan.dest) && plan.newName == plan.sourcePlace.name;
     return error;
 }
 
@@ -104,7 +103,7 @@ OSStatus preflight(
         = lookAtDestination(destDir, plan); // is printed also when the source is the trouble
     if (error == noErr)
         error = destError;
-    plan.newName = plan.sourceName;
+    plan.newName = plan.sourcePlace.name;
     if (error == noErr && newName)
         error = itemNameFromUnicode(*newName, plan.newName);
     return error == noErr ? resolveClash(dupeAction, plan) : error;

@@ -16,9 +16,7 @@ enum : int {
 /// What one copy is about. Its folders are held open for look-ups: names swapped in above them lead nowhere
 /// else.
 struct FSCopyPlan {
-    Descriptor sourceFolder;
-    std::string sourceFolderPath;
-    std::string sourceName;
+    ItemPlace sourcePlace;
     ItemInfo source;
     Descriptor destFolder;
     std::string destPath;

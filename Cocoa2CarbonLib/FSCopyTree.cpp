@@ -13,10 +13,11 @@ constexpr std::size_t kMaxOpenFolders = 16;
 
 OSStatus FSTreeCopy::run()
 {
+    const ItemPlace& from = m_plan.sourcePlace;
     OSStatus error = m_buffer.allocate(m_plan.copyBufferBytes);
     if (error == noErr)
-        error = copyItem({m_plan.sourceFolder.get(), m_plan.sourceName, m_plan.destFolder.get(),
-            m_plan.newName, m_plan.sourceFolderPath, 0});
+        error = copyItem(
+            {from.folder.get(), from.name, m_plan.destFolder.get(), m_plan.newName, from.folderPath, 0});
     while (error == noErr && !m_levels.empty())
         error = step();
     return error;
@@ -141,7 +142,7 @@ OSStatus FSTreeCopy::enterFolder(const Place& place, Found&& folder)
     if (error != noErr)
         return error;
     if (m_request.wantFSSpec)
-        level.path = place.folderPath + "/" + place.name;
+        level.path = refToItem(level.sourceInfo, place.folderPath, place.name).path;
     m_levels.push_back(std::move(level));
     closeFarLevel();
     return noErr;

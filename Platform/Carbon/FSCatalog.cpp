@@ -1,6 +1,7 @@
 #include "Platform/Carbon/FSCatalog.h"
 
 #include "Platform/Carbon/FSCatalogInternal.h"
+#include "Platform/Carbon/FSItem.h"
 #include "Platform/Carbon/FSRefInternal.h"
 #include "Platform/Support/ErrorNumbers.h"
 
@@ -18,30 +19,10 @@ constexpr unsigned kLockFlags = FS_IMMUTABLE_FL | FS_APPEND_FL;
 constexpr mode_t kOwnerOnlyMode = 0700;
 constexpr UInt64 kLockAttributes = STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND;
 
-/// An object by its open folder and its name there.
-struct Place {
-    Descriptor folder;
-    std::string folderPath;
-    std::string name;
-};
-
-OSStatus placeOf(const FSRef* ref, Place& place)
-{
-    const std::size_t slash = ref ? ref->path.rfind('/') : std::string::npos;
-    if (slash == std::string::npos)
-        return paramErr;
-    place.name = ref->path.substr(slash + 1);
-    if (place.name.empty() || place.name == "..")
-        return paramErr;
-    place.folderPath = slash == 0 ? "/" : ref->path.substr(0, slash);
-    place.folder.reset(::open(place.folderPath.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    return place.folder ? noErr : errorFromErrno(errno);
-}
-
 /// The place and the status of the object that `ref` was made of, or of the link that stands there.
-OSStatus findObject(const FSRef* ref, Place& place, struct statx& status)
+OSStatus findObject(const FSRef* ref, ItemPlace& place, struct statx& status)
 {
-    OSStatus error = placeOf(ref, place);
+    OSStatus error = ref ? openPlaceOfRef(*ref, place) : paramErr;
     if (error == noErr)
         error = catalogStatus(place.folder.get(), place.name.c_str(), status);
     if (error != noErr || S_ISLNK(status.stx_mode))
@@ -102,7 +83,7 @@ OSStatus openToOwnerAt(int folder, const char* name)
 
 OSStatus FSGetCatalogInfo(const FSRef* ref, FSCatalogInfo* info, FSRef* parent)
 {
-    Place place;
+    ItemPlace place;
     struct statx status;
     const OSStatus error = findObject(ref, place, status);
     if (error != noErr)
@@ -120,7 +101,7 @@ OSStatus FSGetCatalogInfo(const FSRef* ref, FSCatalogInfo* info, FSRef* parent)
 
 OSStatus FSUnlockObject(const FSRef* ref)
 {
-    Place place;
+    ItemPlace place;
     struct statx status;
     const OSStatus error = findObject(ref, place, status);
     return error == noErr ? unlockAt(place.folder.get(), place.name.c_str()) : error;
@@ -128,7 +109,7 @@ OSStatus FSUnlockObject(const FSRef* ref)
 
 OSStatus FSOpenToOwner(const FSRef* ref)
 {
-    Place place;
+    ItemPlace place;
     struct statx status;
     const OSStatus error = findObject(ref, place, status);
     return error == noErr ? openToOwnerAt(place.folder.get(), place.name.c_str()) : error;
@@ -136,7 +117,7 @@ OSStatus FSOpenToOwner(const FSRef* ref)
 
 OSStatus FSDeleteObject(const FSRef* ref)
 {
-    Place place;
+    ItemPlace place;
     struct statx status;
     const OSStatus error = findObject(ref, place, status);
     if (error != noErr)

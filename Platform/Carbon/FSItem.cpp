@@ -79,17 +79,17 @@ OSStatus openFolderOfRef(const FSRef& ref, Descriptor& folder)
     return openReferencedFolder(ref, folder);
 }
 
-OSStatus openContainerOfRef(const FSRef& ref, Descriptor& folder, std::string& name)
+OSStatus openPlaceOfRef(const FSRef& ref, ItemPlace& place)
 {
     const std::size_t slash = ref.path.rfind('/');
     if (slash == std::string::npos)
         return paramErr;
-    name = ref.path.substr(slash + 1);
-    if (name.empty() || name == "..")
+    place.name = ref.path.substr(slash + 1);
+    if (place.name.empty() || place.name == "..")
         return paramErr;
-    const std::string folderPath = slash == 0 ? "/" : ref.path.substr(0, slash);
-    folder.reset(::open(folderPath.c_str(), kLookUpFlags));
-    return folder ? noErr : errorFromErrno(errno);
+    place.folderPath = slash == 0 ? "/" : ref.path.substr(0, slash);
+    place.folder.reset(::open(place.folderPath.c_str(), kLookUpFlags));
+    return place.folder ? noErr : errorFromErrno(errno);
 }
 
 std::string currentPath(int folder, const std::string& formerPath)

@@ -40,6 +40,13 @@ struct ItemInfo {
     ItemTime modified;
 };
 
+/// Where an object stands.
+struct ItemPlace {
+    Descriptor folder; ///< the one that holds it, open for look-ups only
+    std::string folderPath;
+    std::string name;
+};
+
 /// True when both tell of the same object, by device and inode.
 bool isSameItem(const ItemInfo& a, const ItemInfo& b);
 /// The reference to the item `name` in the folder at `folderPath`.
@@ -48,9 +55,8 @@ FSRef refToItem(const ItemInfo& info, const std::string& folderPath, const std::
 /// Opens the folder that `ref` was made of, for look-ups only: it need not be readable. errFSBadFSRef when
 /// another object has taken its place since.
 OSStatus openFolderOfRef(const FSRef& ref, Descriptor& folder);
-/// Opens the folder that holds the object, for look-ups only, and tells the object's name in it. paramErr for
-/// the root folder and for a path that ends in "..".
-OSStatus openContainerOfRef(const FSRef& ref, Descriptor& folder, std::string& name);
+/// Opens the folder that holds the object. paramErr for the root folder and for a path that ends in "..".
+OSStatus openPlaceOfRef(const FSRef& ref, ItemPlace& place);
 
 /// The path of an open folder: `formerPath` while that leads to it, otherwise where it was moved to.
 std::string currentPath(int folder, const std::string& formerPath);

@@ -2,6 +2,7 @@
 #include "Cocoa2CarbonLib/FSCopyObject.h"
 
 #include "tests/Cocoa2CarbonLib/CopyCall.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/support/FileTrees.h"
 #include "tests/support/TempDir.h"
 
@@ -9,6 +10,7 @@
 
 #include <set>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -96,6 +98,27 @@ TEST_F(FSCopyFilterTest, IsAskedForEachItemOnce)
         testing::UnorderedElementsAre("0 " + top + " tree 16", "1 " + top + "/file file 0",
             "1 " + top + "/sub sub 16", "2 " + top + "/sub/file2 file2 0",
             "2 " + top + "/sub/deeper deeper 16", "3 " + top + "/sub/deeper/file3 file3 0"));
+}
+
+TEST_F(FSCopyFilterTest, IsGivenPathsWithOneSlashInTheRootFolder)
+{
+    m_call.filterProc = ask;
+    m_call.wantFSSpec = true;
+    m_call.source = "/tree";
+    m_call.destDir = "/dest";
+    constexpr int kCannotChangeRoot = 3;
+    const int status = child::run([this] {
+        if (::chroot(m_temp.path().c_str()) != 0 || ::chdir("/") != 0 || !fs::create_directory("/tmp"))
+            return kCannotChangeRoot;
+        EXPECT_EQ(m_call.run(), 0);
+        EXPECT_THAT(m_asked.items,
+            testing::UnorderedElementsAre("0 /tree - -", "1 /tree/file - -", "1 /tree/sub - -",
+                "2 /tree/sub/file2 - -", "2 /tree/sub/deeper - -", "3 /tree/sub/deeper/file3 - -"));
+        return HasFailure() ? 1 : 0;
+    });
+    if (status == kCannotChangeRoot)
+        GTEST_SKIP() << "changing the root folder needs user id 0";
+    EXPECT_EQ(status, 0);
 }
 
 TEST_F(FSCopyFilterTest, IsGivenOnlyWhatWasAskedFor)

@@ -278,6 +278,33 @@ TEST_F(FSCopyObjectTest, CopiesIntoAWriteOnlyFolder)
     EXPECT_EQ(statusOf(m_dest / "tree/sub/file").st_uid, child::kNobody);
 }
 
+TEST_F(FSCopyObjectTest, ReplacesInAWriteOnlyFolderOnlyWhatTheUserMayMove)
+{
+    if (!child::canChangeUser())
+        GTEST_SKIP() << "a folder that cannot be read needs an ordinary user";
+    m_temp.write("tree/file", "new");
+    m_temp.write("dest/tree/file", "old");
+    ASSERT_EQ(::chmod(m_temp.path().c_str(), 0755), 0);
+    const auto replaceAsNobody = [this](OSStatus expected) {
+        return child::runAsNobody([&] {
+            CopyCall call;
+            call.source = m_tree;
+            call.destDir = m_dest;
+            call.dupeAction = kDupeActionReplace;
+            return call.run() == expected ? 0 : 1;
+        });
+    };
+    ASSERT_EQ(::chmod(m_dest.c_str(), 01733), 0); // sticky: others' objects stay where they are
+    EXPECT_EQ(replaceAsNobody(-54), 0);
+    EXPECT_EQ(readWholeFile(m_dest / "tree/file"), "old");
+    EXPECT_THAT(trees::names(m_dest), testing::ElementsAre("tree"));
+    for (const char* const own : {"dest/tree", "dest/tree/file"})
+        ASSERT_EQ(::chown(m_temp.at(own).c_str(), child::kNobody, child::kNobody), 0);
+    EXPECT_EQ(replaceAsNobody(0), 0);
+    EXPECT_EQ(readWholeFile(m_dest / "tree/file"), "new");
+    EXPECT_THAT(trees::names(m_dest), testing::ElementsAre("tree"));
+}
+
 TEST_F(FSCopyObjectTest, TakesNoFolderThatItMayReadOrNotWriteForADropBox)
 {
     if (!child::canChangeUser())

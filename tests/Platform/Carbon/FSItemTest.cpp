@@ -98,15 +98,17 @@ TEST_F(FSItemTest, TellsWhereAnOpenFolderIsNow)
 
 TEST_F(FSItemTest, FindsAReferencesFolderAndName)
 {
-    Descriptor folder;
-    std::string name;
-    EXPECT_EQ(openContainerOfRef(refTo(m_temp.write("folder/file", "x")), folder, name), 0);
-    EXPECT_EQ(name, "file");
+    ItemPlace place;
+    EXPECT_EQ(openPlaceOfRef(refTo(m_temp.write("folder/file", "x")), place), 0);
+    EXPECT_EQ(place.name, "file");
+    EXPECT_EQ(place.folderPath, m_path.string());
     ItemInfo info;
-    EXPECT_EQ(openItemInfo(folder.get(), info), 0);
+    EXPECT_EQ(openItemInfo(place.folder.get(), info), 0);
     EXPECT_EQ(info.inode, statusOf(m_path).st_ino);
-    EXPECT_EQ(openContainerOfRef(refTo("/"), folder, name), -50);
-    EXPECT_EQ(openContainerOfRef(refTo(m_path / ".."), folder, name), -50);
+    EXPECT_EQ(openPlaceOfRef(refTo("/usr"), place), 0);
+    EXPECT_EQ(place.folderPath, "/");
+    EXPECT_EQ(openPlaceOfRef(refTo("/"), place), -50);
+    EXPECT_EQ(openPlaceOfRef(refTo(m_path / ".."), place), -50);
 }
 
 TEST_F(FSItemTest, OpensTheFolderAboveOnlyWhenItIsTheExpectedOne)
