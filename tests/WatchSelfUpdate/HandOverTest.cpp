@@ -7,10 +7,10 @@
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <future>
 #include <set>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 #include <gmock/gmock.h>
@@ -207,6 +207,24 @@ TEST(HandOver, IsDoneOnceWhenTwoToolsFindOneMarker)
         EXPECT_EQ(std::count(report.begin(), report.end(), '\n'), 1) << report;
     }
     EXPECT_EQ(stage.reports(kNothingComesMs), "");
+}
+
+TEST(HandOver, LosesNothingButItselfWhenItIsKilledMidway)
+{
+    const HandOverStage stage;
+    fs::copy_file("/bin/cat", stage.runFile());
+    RunningProgram program({stage.runFile()}, stage.user());
+    stage.writeOwned(stage.marker(), stage.markerBytes());
+    RunningProgram tool({stage.tool().path()}, stage.user());
+    while (fs::exists(stage.marker()))
+        std::this_thread::yield(); // it waits for the program from now on
+    tool.kill();
+    program.end();
+    EXPECT_EQ(stage.reports(kNothingComesMs), "");
+    EXPECT_TRUE(fs::exists(stage.hostProgram()));
+    stage.writeOwned(stage.marker(), stage.markerBytes());
+    EXPECT_EQ(stage.run().status, 0);
+    EXPECT_THAT(stage.reports(), HasSubstr("host "));
 }
 
 TEST(HandOver, GoesOnWhenTheOldHostDoesNotEnd)

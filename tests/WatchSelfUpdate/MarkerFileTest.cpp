@@ -137,6 +137,32 @@ TEST(MarkerFile, IsRefusedInAnotherUsersFolder)
     EXPECT_EQ(stage.reports(0), "");
 }
 
+TEST(MarkerFile, IsRefusedAsASecondLinkToAFileOfRoots)
+{
+    const HandOverStage stage;
+    if (!stage.ownsRoot())
+        GTEST_SKIP() << "needs root to have a file of root's";
+    const fs::path secret = stage.tool().folder().write("secret", stage.markerBytes());
+    fs::permissions(secret, fs::perms(0644));
+    fs::create_hard_link(secret, stage.marker());
+    expectRefusedAndKept(stage, kWrongKind);
+    EXPECT_EQ(readWholeFile(secret), stage.markerBytes());
+}
+
+TEST(MarkerFile, TakesALineBreakForAPartOfAPath)
+{
+    const HandOverStage stage;
+    stage.writeOwned(stage.marker(), stage.runFile() + '\0' + stage.bundle().string() + "\n\0"s);
+    const ToolRun run = stage.run();
+    EXPECT_EQ(run.status, 65);
+    EXPECT_EQ(run.errorText, "WatchSelfUpdate: the marker names no bundle with a host in it\n");
+    const fs::path bundle = stage.folder().at("Host\n.app");
+    stage.writeHost(bundle, "odd host", "");
+    stage.writeOwned(stage.marker(), stage.runFile() + '\0' + bundle.string() + '\0');
+    EXPECT_EQ(stage.run().status, 0);
+    EXPECT_EQ(stage.reports().substr(0, 9), "odd host ");
+}
+
 TEST(MarkerFile, IsRefusedAndRemovedWhenItDoesNotHoldTwoPaths)
 {
     const HandOverStage stage;

@@ -1,5 +1,6 @@
 #include "tests/WatchSelfUpdate/RunningProgram.h"
 
+#include <csignal>
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -40,4 +41,10 @@ void RunningProgram::end()
     EXPECT_EQ(close(m_input), 0);
     EXPECT_EQ(waitpid(m_pid, nullptr, 0), m_pid);
     m_pid = -1;
+}
+
+void RunningProgram::kill()
+{
+    EXPECT_EQ(::kill(m_pid, SIGKILL), 0);
+    end();
 }

@@ -20,6 +20,8 @@ public:
 
     /// Lets the program end, and waits for that.
     void end();
+    /// Ends the program at once, whatever it does, and waits for that.
+    void kill();
 
 private:
     pid_t m_pid = -1;
