@@ -8,8 +8,9 @@
 #include "Platform/Support/Unicode.h"
 #include "Update/descriptor/XMLInterpret.h"
 
-#include <algorithm>
 #include <cstring>
+#include <set>
+#include <string>
 
 namespace {
 
@@ -19,16 +20,34 @@ constexpr SInt32 kNoInitialBuffer = -1;
 char kSelfRepairOption[] = "--self-repair";
 char* const kSelfRepairArguments[] = {kSelfRepairOption, nullptr};
 
-/// Appends `file` unless it has no URL or a file with the same one is there already.
-void appendUnlessThere(std::vector<CFileSec*>& files, CFileSec* file)
-{
-    CLumStringW url;
-    file->GatherDownloadFullURL(url);
-    const bool there = std::any_of(files.begin(), files.end(),
-        [&](const CFileSec* other) { return other->IsWebURLInDownload(url.c_str()); });
-    if (!url.empty() && !there)
-        files.push_back(file);
-}
+struct IgnoringCase {
+    bool operator()(std::u16string_view a, std::u16string_view b) const
+    {
+        return compareIgnoringCase(a, b) < 0;
+    }
+};
+
+/// A list that takes one file for each URL, the first with it, and none without one. It keeps the URLs: a
+/// descriptor may list some 500,000 files, which cannot be compared each with each.
+class FilesByURL {
+public:
+    explicit FilesByURL(std::vector<CFileSec*>& files)
+        : m_files(files)
+    {
+    }
+
+    void append(CFileSec* file)
+    {
+        CLumStringW url;
+        file->GatherDownloadFullURL(url);
+        if (!url.empty() && m_urls.emplace(url).second)
+            m_files.push_back(file);
+    }
+
+private:
+    std::vector<CFileSec*>& m_files;
+    std::set<std::u16string, IgnoringCase> m_urls;
+};
 
 /// The files of another product that the user may choose for it alone.
 std::vector<CFileSec*> optionalFiles(const CXMLInterpret& interpreter)
@@ -74,6 +93,7 @@ SInt32 CUpdateInter::ProcessMsg(IUserMsg* msg)
 /// False when a product has no interpreter or its work folder cannot be made.
 bool CUpdateInter::gatherOwnFiles(std::vector<CPListParse*>& others)
 {
+    FilesByURL ownFiles(m_ownFiles);
     for (CPListParse* product = m_collection->GetIni(0); product; product = m_collection->NextIni()) {
         CXMLInterpret* const interpreter = interpreterOf(product);
         if (!interpreter || !interpreter->RealCreateDir())
@@ -83,7 +103,7 @@ bool CUpdateInter::gatherOwnFiles(std::vector<CPListParse*>& others)
             others.push_back(product);
         for (const auto& file : interpreter->filesToUpdate()) {
             if (isHost || file->ownerCode() == kCommonDescriptor)
-                appendUnlessThere(m_ownFiles, file.get());
+                ownFiles.append(file.get());
         }
     }
     return true;
@@ -92,11 +112,12 @@ bool CUpdateInter::gatherOwnFiles(std::vector<CPListParse*>& others)
 /// Sorts the other products' files into those marked for all and those of one product.
 void CUpdateInter::gatherOtherFiles(const std::vector<CPListParse*>& others)
 {
+    FilesByURL commonFiles(m_commonFiles);
     for (CPListParse* product : others) {
         const CXMLInterpret* const interpreter = interpreterOf(product);
         for (const auto& file : interpreter->filesToUpdate()) {
             if (file->mark())
-                appendUnlessThere(m_commonFiles, file.get());
+                commonFiles.append(file.get());
         }
         std::vector<CFileSec*> files = optionalFiles(*interpreter);
         if (!files.empty())
