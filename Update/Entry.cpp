@@ -5,7 +5,6 @@
 #include "Platform/Carbon/Folders.h"
 #include "Platform/CoreFoundation/CFRef.h"
 #include "Update/descriptor/XMLInterpret.h"
-#include "Update/helper/AssistantTool.h"
 #include "Update/ui/PluginResources.h"
 
 namespace {
@@ -107,9 +106,4 @@ void CUpdateInter::endMsgProcess()
 {
     if (m_container)
         m_container->EndMsgProcess(kProviderId, nullptr, 1, 0, 0);
-}
-
-Boolean CUpdateInter::CopyAssistantTool2Folder(unsigned char* path)
-{
-    return ::CopyAssistantTool2Folder(path);
 }

@@ -7,6 +7,7 @@
 #include "Platform/Support/ErrorNumbers.h"
 #include "Platform/Support/Unicode.h"
 #include "Update/descriptor/XMLInterpret.h"
+#include "Update/helper/AssistantTool.h"
 
 #include <cstring>
 #include <set>
@@ -177,4 +178,9 @@ bool CUpdateInter::authoriseHelperTool()
         (void)SetFrontProcess(
             &process); // where the desktop does not allow it, the windows stay where they are
     return true;
+}
+
+Boolean CUpdateInter::CopyAssistantTool2Folder(unsigned char* path)
+{
+    return ::CopyAssistantTool2Folder(path);
 }

@@ -87,11 +87,13 @@ private:
     /// because a check, a cancel or another message may have taken the object over meanwhile.
     using RunSerial = UInt32;
 
+    // Entry.cpp
     void clearFixedFolder(SInt32 selector);
     /// Opens the host's texts; false when they cannot be opened.
     bool openTexts(PubLumen::LumDocument& texts) const;
     void endMsgProcess();
 
+    // Check.cpp
     void noteProductBundles();
     void checkProducts(std::vector<CPListParse*>& keep);
     bool checkProduct(CPListParse& product, std::vector<CPListParse*>& keep);
@@ -99,23 +101,27 @@ private:
     void FreeCollectAndSelfData();
     void postMessage(IUserMsgPool& pool, const WideText& one, const WideText& several);
 
+    // Selection.cpp
     bool gatherOwnFiles(std::vector<CPListParse*>& others);
     void gatherOtherFiles(const std::vector<CPListParse*>& others);
     bool startInstall(const std::vector<CFileSec*>& files, RunSerial run);
     bool authoriseHelperTool();
 
+    // DownloadChain.cpp
     int startDownload(const CFileSec& file);
     int downloadEvent(int event, int value);
     int fileDownloaded();
     bool storeDownload(const CFileSec& file);
     void DownloadOK();
 
+    // Install.cpp
     void installTick();
     bool unzipStep(const CFileSec& file) const;
     bool runStep();
     CFileSec* fileAtRunStep(SInt32 step) const;
     bool isSelected(const CFileSec& file) const;
 
+    // Endings.cpp
     void InstallSuccess();
     void OperateHasError(SInt32 code);
     void leaveInstall();
@@ -139,8 +145,8 @@ private:
     std::vector<CFileSec*> m_commonFiles; ///< of other products, marked as needed by all
     ProductFiles m_productFiles;          ///< optional files
     std::vector<CFileSec*> SelectedFiles;
-    SInt32 CurrentIndex
-        = 0; ///< position in SelectedFiles; -1 when a message was opened and nothing chosen yet
+    /// Position in SelectedFiles; -1 when a message was opened and nothing chosen yet.
+    SInt32 CurrentIndex = 0;
     WideText ErrorText;
     SInt32 Busy = 0;
     SInt32 StepTotal = 0; ///< bytes while downloading, steps while installing
@@ -168,9 +174,8 @@ SInt32 addSizes(SInt32 a, SInt32 b);
 /// none or when it is the first character.
 std::u16string_view archiveFolderOf(std::u16string_view path);
 
-/// The folder that a package is installed into for a product at `destination`: the path up to its last "/",
-/// or
-/// "/" itself when that is the first character; empty when there is none.
+/// The folder that a package is installed into for a product at `destination`: the path up to its last
+/// "/", or "/" itself when that is the first character; empty when there is none.
 std::u16string_view packageTargetOf(std::u16string_view destination);
 
 /// Shows a modal stop alert with `text` and waits for its OK button, processing events.
