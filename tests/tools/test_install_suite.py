@@ -1,4 +1,5 @@
-"""install_suite below a folder of its own: what it places and how, and what polkit is told of the starter."""
+"""install_suite and uninstall_suite below a folder of their own: what is placed and how, what polkit is told of the
+starter, and what is left in the end."""
 import os
 import stat
 import subprocess
@@ -30,6 +31,27 @@ def install(root):
     # A mask of the caller's that would lock everybody else out, or let everybody in, changes nothing.
     return subprocess.run([os.path.join(ROOT, "tools", "install_suite"), BUILD, root], capture_output=True, text=True,
                           check=True, preexec_fn=lambda: os.umask(0o007)).stdout
+
+
+def uninstall(root):
+    return subprocess.run([os.path.join(ROOT, "tools", "uninstall_suite"), root], capture_output=True, text=True,
+                          check=True).stdout
+
+
+def files_below(root):
+    return sorted(os.path.relpath(os.path.join(folder, name), root)
+                  for folder, _, names in os.walk(root) for name in names)
+
+
+def write(path, text):
+    os.makedirs(os.path.dirname(path), exist_ok=True)
+    with open(path, "w", encoding="utf-8") as file:
+        file.write(text)
+
+
+def read(path):
+    with open(path, "rb") as file:
+        return file.read()
 
 
 class InstallSuite(unittest.TestCase):
@@ -65,14 +87,6 @@ class InstallSuite(unittest.TestCase):
         self.assertIn(f"placed {self.root}/{STARTER}\n", self.output)
         self.assertIn(f"placed {self.root}/{POLICY}\n", self.output)
 
-    def test_keeps_an_installer_that_is_there(self):
-        installer = os.path.join(self.root, "usr/sbin/installer")
-        with open(installer, "w", encoding="utf-8") as file:
-            file.write("another one")
-        self.assertIn(f"kept   {installer}\n", install(self.root))
-        with open(installer, encoding="utf-8") as file:
-            self.assertEqual(file.read(), "another one")
-
     def test_starter_knows_the_template_where_it_is_installed(self):
         with open(os.path.join(self.root, STARTER), "rb") as file:
             self.assertIn(f"/{APP}/PlugIns/Update.bundle/Contents/Linux/WatchSelfUpdate\0".encode(), file.read())
@@ -80,6 +94,49 @@ class InstallSuite(unittest.TestCase):
     def test_platform_asks_for_the_starter_where_it_is_installed(self):
         with open(os.path.join(self.root, APP, "Linux", "libTandemPlatform.so"), "rb") as file:
             self.assertTrue(f"/{STARTER}\0".encode() in file.read())  # a failure need not print a library
+
+
+class InstallAgain(unittest.TestCase):
+    """Each with a folder of its own."""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.root = folder.name
+        self.installer = os.path.join(self.root, "usr/sbin/installer")
+
+    def test_keeps_another_installer(self):
+        write(self.installer, "another one")
+        for _ in range(2):
+            self.assertIn(f"kept   {self.installer}\n", install(self.root))
+            self.assertEqual(read(self.installer), b"another one")
+        self.assertIn(f"kept    {self.installer}\n", uninstall(self.root))
+        self.assertEqual(files_below(self.root), ["usr/sbin/installer"])
+
+    def test_replaces_the_installer_of_an_earlier_install(self):
+        install(self.root)
+        newest = read(self.installer)
+        write(self.installer, "an earlier one, which worked in .velmora-install too")
+        self.assertIn(f"placed {self.installer}\n", install(self.root))
+        self.assertTrue(read(self.installer) == newest)  # a failure need not print a program
+
+    def test_uninstalls_everything_that_it_placed(self):
+        install(self.root)
+        output = uninstall(self.root)
+        for place in (STARTER.rsplit("/", 1)[0], POLICY, "usr/sbin/installer", APP.rsplit("/", 1)[0]):
+            self.assertIn(f"removed {self.root}/{place}\n", output)
+        self.assertEqual(files_below(self.root), [])
+        self.assertFalse(os.path.exists(os.path.join(self.root, "Library/Application Support/Velmora")))
+        self.assertEqual(uninstall(self.root), "")
+
+    def test_uninstalling_leaves_what_others_placed(self):
+        install(self.root)
+        others = ["Library/Application Support/Velmora/Tandem Service/Products/10-sketch.plist",
+                  "usr/share/applications/other.desktop", "usr/share/polkit-1/actions/other.policy"]
+        for place in others:
+            write(os.path.join(self.root, place), "theirs")
+        uninstall(self.root)
+        self.assertEqual(files_below(self.root), sorted(others))
 
 
 class PolicyFile(unittest.TestCase):
