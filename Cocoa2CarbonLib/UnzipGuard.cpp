@@ -1,10 +1,9 @@
 #include "Cocoa2CarbonLib/UnzipGuard.h"
 
-#include "Platform/Support/Descriptor.h"
+#include "Platform/Support/RegularFile.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <fcntl.h>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
@@ -26,9 +25,9 @@ bool exists(const std::string& path)
 /// The last bytes of a file; empty when they cannot be read.
 std::string lastBytes(const char* path)
 {
-    const Descriptor file(::open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat status;
-    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
+    const Descriptor file = openRegularFile(path, status);
+    if (!file)
         return "";
     std::string bytes(static_cast<std::size_t>(std::min<off_t>(status.st_size, kSearchedBytes)), '\0');
     off_t at = status.st_size - static_cast<off_t>(bytes.size());

@@ -1,9 +1,10 @@
 // The bytes of a regular file as a stream's body.
 #include "Platform/CFNetwork/FileSource.h"
 
+#include "Platform/Support/RegularFile.h"
+
 #include <array>
 #include <cerrno>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,11 +23,9 @@ FileSource::FileSource(std::string path)
 
 bool FileSource::open(std::function<void()> onChange)
 {
-    // Without O_NONBLOCK, opening a FIFO would wait for its writer before its kind could be seen.
-    m_file.reset(::open(m_path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    struct stat info { };
-    if (!m_file || ::fstat(m_file.get(), &info) != 0 || !S_ISREG(info.st_mode)) {
-        m_file.reset();
+    struct stat status;
+    m_file = openRegularFile(m_path, status);
+    if (!m_file) {
         m_state = BodyState::failed;
         return false;
     }

@@ -1,9 +1,10 @@
 #include "Platform/Carbon/ProcessScript.h"
 
+#include "Platform/Support/RegularFile.h"
+
 #include <algorithm>
-#include <cerrno>
-#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -22,9 +23,9 @@ std::string_view baseName(std::string_view path)
 /// The first line of a regular file, "" when it cannot be read.
 std::string firstLine(const std::string& path)
 {
-    const Descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat status;
-    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
+    const Descriptor file = openRegularFile(path, status);
+    if (!file)
         return "";
     std::string line(kFirstLineBytes, '\0');
     const ssize_t count = ::read(file.get(), line.data(), line.size());

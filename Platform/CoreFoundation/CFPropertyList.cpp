@@ -3,13 +3,13 @@
 
 #include "Platform/CoreFoundation/CFPropertyListReading.h"
 #include "Platform/CoreFoundation/XMLReader.h"
-#include "Platform/Support/Descriptor.h"
+#include "Platform/Support/RegularFile.h"
 #include "Platform/Support/Unicode.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -17,11 +17,9 @@ namespace {
 /// Reads the whole of a regular file of at most kMaxDocumentBytes.
 bool readFile(const char* path, std::vector<UInt8>& bytes)
 {
-    // Without blocking: what lies there may be a pipe that nobody writes to.
-    const Descriptor file(::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    struct stat status = {};
-    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)
-        || status.st_size > static_cast<off_t>(kMaxDocumentBytes))
+    struct stat status;
+    const Descriptor file = openRegularFile(path, status);
+    if (!file || status.st_size > static_cast<off_t>(kMaxDocumentBytes))
         return false;
     bytes.resize(static_cast<std::size_t>(status.st_size));
     std::size_t filled = 0;
