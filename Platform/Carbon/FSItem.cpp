@@ -123,8 +123,10 @@ OSStatus openItem(int folder, const std::string& name, Descriptor& item, ItemInf
     if (error != noErr)
         return error;
     Descriptor opened(::openat(folder, name.c_str(), kItemFlags));
+    if (!opened && errno == ELOOP)
+        return errFSBadFSRef;
     if (!opened)
-        return errno == ELOOP ? errFSBadFSRef : errorFromErrno(errno);
+        return errno == EWOULDBLOCK ? fBsyErr : errorFromErrno(errno);
     error = openItemInfo(opened.get(), info);
     if (error == noErr && !isSameItem(info, found))
         error = errFSBadFSRef;

@@ -65,7 +65,8 @@ std::string currentPath(int folder, const std::string& formerPath);
 OSStatus itemInfo(int folder, const std::string& name, ItemInfo& info);
 OSStatus openItemInfo(int item, ItemInfo& info);
 /// Opens a file or folder for reading and describes it. notAFileErr for another kind, errFSBadFSRef when the
-/// name changes its object meanwhile.
+/// name changes its object meanwhile, fBsyErr for a file that a program has a lease on and must give up
+/// first.
 OSStatus openItem(int folder, const std::string& name, Descriptor& item, ItemInfo& info);
 /// The target of a symbolic link. errFSBadFSRef when the name is no link (any more).
 OSStatus linkTarget(int folder, const std::string& name, std::string& target);

@@ -5,10 +5,12 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/FileTrees.h"
 #include "tests/support/PrivateMounts.h"
+#include "tests/support/ScopedFileSizeLimit.h"
 #include "tests/support/TempDir.h"
 
 #include <gmock/gmock.h>
 
+#include <cstdio>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -149,6 +151,40 @@ TEST_F(FSCopyFailureTest, PutsTheReplacedObjectBackOnAFullVolume)
     if (status == mounts::kCannotMount)
         GTEST_SKIP() << "mounting needs user id 0";
     EXPECT_EQ(status, 0);
+}
+
+TEST_F(FSCopyFailureTest, LeavesNothingOfAFileThatMayNotGrow)
+{
+    m_temp.write("tree/sub/big", std::string(100000, 'x'));
+    const int status = child::run([&] {
+        if (!std::freopen("/dev/null", "w", stdout))
+            return 1;
+        const FSRef source = refTo(m_tree);
+        const FSRef dest = refTo(m_dest);
+        const ScopedFileSizeLimit limit(50000);
+        return FSCopyObject(
+                   &source, &dest, 0, 0, 0, nullptr, false, false, nullptr, nullptr, nullptr, nullptr)
+                == -36
+            ? 0
+            : 2;
+    });
+    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(fs::is_empty(m_dest));
+}
+
+TEST_F(FSCopyFailureTest, CopiesThoughNothingCanBePrinted)
+{
+    m_temp.write("tree/sub/file", "x");
+    const int status = child::run([&] {
+        if (!std::freopen("/dev/full", "w", stdout))
+            return 1;
+        const FSRef source = refTo(m_tree);
+        const FSRef dest = refTo(m_dest);
+        return FSCopyObject(
+            &source, &dest, 0, 0, 0, nullptr, false, false, nullptr, nullptr, nullptr, nullptr);
+    });
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(describeTree(m_dest / "tree"), describeTree(m_tree));
 }
 
 TEST_F(FSCopyFailureTest, CopiesToAnotherVolumeThroughTheBuffer)

@@ -7,6 +7,7 @@
 
 #include <gmock/gmock.h>
 
+#include <csignal>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -72,6 +73,20 @@ TEST_F(FSItemTest, OpensFilesAndFoldersOnly)
     EXPECT_EQ(openItem(m_folder.get(), "link", item, info), -1302);
     EXPECT_EQ(openItem(m_folder.get(), "pipe", item, info), -1302);
     EXPECT_EQ(openItem(m_folder.get(), "missing", item, info), -43);
+}
+
+TEST_F(FSItemTest, DoesNotWaitForALeaseToBeGivenUp)
+{
+    const Descriptor holder(::open(m_temp.write("folder/file", "x").c_str(), O_RDWR | O_CLOEXEC));
+    const auto former = std::signal(SIGIO, SIG_IGN); // tells the holder that somebody waits
+    if (::fcntl(holder.get(), F_SETLEASE, F_WRLCK) != 0)
+        GTEST_SKIP() << "the file system has no leases";
+    Descriptor item;
+    ItemInfo info;
+    EXPECT_EQ(openItem(m_folder.get(), "file", item, info), -47);
+    EXPECT_EQ(::fcntl(holder.get(), F_SETLEASE, F_UNLCK), 0);
+    EXPECT_EQ(openItem(m_folder.get(), "file", item, info), 0);
+    (void)std::signal(SIGIO, former); // it was valid before
 }
 
 TEST_F(FSItemTest, ReadsTheTargetsOfLinksOnly)
