@@ -1,4 +1,6 @@
 // The suite's side of a privileged start, as a program that an ordinary user runs. It prints what it got.
+#include "Platform/Carbon/EventLoop.h"
+#include "Platform/Carbon/LaunchServices.h"
 #include "Platform/CoreFoundation/CFBundle.h"
 #include "Platform/CoreFoundation/CFRef.h"
 #include "Platform/Security/Authorization.h"
@@ -53,6 +55,27 @@ int repair(const char* bundlePath)
     return execute(reinterpret_cast<const char*>(path), arguments);
 }
 
+// Has a package installed into a folder as an opened document, and waits for its installer.
+int openPackage(const char* package, const char* folder)
+{
+    constexpr EventTimerInterval kLookSeconds = 0.02;
+    FSRef document;
+    FSRef target;
+    if (FSPathMakeRef(reinterpret_cast<const UInt8*>(package), &document, nullptr) != noErr
+        || FSPathMakeRef(reinterpret_cast<const UInt8*>(folder), &target, nullptr) != noErr)
+        return 1;
+    LSLaunchFSRefSpec spec;
+    spec.numDocs = 1;
+    spec.itemRefs = &document;
+    spec.passThruParams = &target;
+    FSRef application;
+    const OSStatus status = LSOpenFromRefSpec(&spec, &application);
+    while (status == noErr && LaunchStateOf(&application) == kLaunchedRunning)
+        (void)ReceiveNextEvent(kLookSeconds); // its end is looked for either way
+    std::printf("status %d\n", static_cast<int>(status));
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -65,6 +88,11 @@ int main(int argc, char** argv)
         return repair(argv[2]);
     if (job == "execute" && argc > 2)
         return execute(argv[2], argv + 3);
-    std::fputs("usage: privileged_probe help-tool | repair BUNDLE | execute TOOL [ARGUMENT...]\n", stderr);
+    if (job == "open" && argc == 4)
+        return openPackage(argv[2], argv[3]);
+    std::fputs(
+        "usage: privileged_probe help-tool | repair BUNDLE | execute TOOL [ARGUMENT...] | open PACKAGE "
+        "FOLDER\n",
+        stderr);
     return 64;
 }

@@ -11,6 +11,7 @@ import shutil
 import stat
 import subprocess
 import sys
+import tarfile
 import tempfile
 import unittest
 
@@ -22,9 +23,9 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 ROOT = os.path.join(HERE, "..", "..")
 SKIPPED = 77
 WHOLE_LIMIT_SECONDS = 100
-NEEDED = ("/usr/bin/unshare", "/usr/bin/mount", "/usr/bin/dbus-daemon", "/usr/share/dbus-1/system.conf",
-          "/usr/bin/pkexec", "/usr/bin/pkcheck", "/usr/bin/pkaction", "/usr/bin/pkttyagent",
-          "/usr/lib/polkit-1/polkitd")
+NEEDED = ("/usr/bin/unshare", "/usr/bin/setpriv", "/usr/bin/mount", "/usr/bin/dbus-daemon",
+          "/usr/share/dbus-1/system.conf", "/usr/bin/pkexec", "/usr/bin/pkcheck", "/usr/bin/pkaction",
+          "/usr/bin/pkttyagent", "/usr/lib/polkit-1/polkitd")
 
 ACTION = "com.velmora.tandem.selfrepair"
 MESSAGE = ("Your Velmora products are about to be updated. Authentication is required to prepare the update helper.")
@@ -171,6 +172,17 @@ class WithoutAQuestion(OnTheMachine):
             "allowed", ["execute", "/usr/bin/env"], OWN="1")[1].splitlines()[:-1]]
         self.assertEqual(sorted(names), ["HOME", "LOGNAME", "PATH", "PKEXEC_UID", "USER"])
         self.assertEqual(self.probe("allowed", ["execute", "/usr/bin/false"])[1], "status 0\n")
+
+    def test_an_opened_package_is_installed_where_root_alone_may_change_things(self):
+        contents = MACHINE.make_folder("/tmp/X.pkg/Contents")
+        with tarfile.open(contents + "/Archive.pax.gz", "w:gz", format=tarfile.PAX_FORMAT) as archive:
+            archive.add(os.path.join(ROOT, "README.md"), "Manual/read me")
+        target = MACHINE.make_folder("/opt/suite")
+        for user, installed in (("refused", False), ("allowed", True)):
+            words = ["open", "/tmp/X.pkg", "/opt/suite"]
+            self.assertEqual(self.probe(user, words, SHELL="/opt/own/shell")[:2], (0, "status 0\n"), user)
+            self.assertEqual(os.path.exists(target + "/Manual/read me"), installed, user)
+        self.assertEqual(os.lstat(target + "/Manual/read me").st_uid, 0)
 
     def test_without_the_starter_pkexec_starts_the_tool_itself(self):
         os.rename(MACHINE.path(STARTER), MACHINE.path(STARTER + ".away"))
@@ -342,7 +354,9 @@ def reason_to_skip():
 
 
 def own_name_spaces(words):
-    return ["/usr/bin/unshare", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc", "--"] + words
+    # Whatever ends this program, the name spaces and everything in them end with it.
+    return ["/usr/bin/setpriv", "--pdeathsig", "KILL", "/usr/bin/unshare", "--mount", "--pid", "--fork", "--kill-child",
+            "--mount-proc", "--"] + words
 
 
 def run_apart():
