@@ -8,6 +8,17 @@ constexpr const char* kPlatformVariable = "QT_QPA_PLATFORM";
 
 QtMessageHandler g_formerHandler = nullptr;
 
+/// The platforms to try, in order, for windows that the user sees.
+QByteArray platformsWithWindows()
+{
+    QByteArray platforms;
+    if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        platforms += "wayland;";
+    if (!qEnvironmentVariableIsEmpty("DISPLAY"))
+        platforms += "xcb;";
+    return platforms + "offscreen";
+}
+
 /// Leaves out what the off-screen platform says about each window: nobody sees that window anyway.
 void handleMessage(QtMsgType type, const QMessageLogContext& context, const QString& message)
 {
@@ -24,8 +35,8 @@ DisplayChoice::DisplayChoice(const HostOptions& options)
     if (!m_chosenHere)
         return;
     const bool needsWindows = options.mode != HostMode::check && m_anyDisplay;
-    (void)qputenv(
-        kPlatformVariable, needsWindows ? "wayland;xcb;offscreen" : "offscreen"); // fails without memory only
+    // Fails without memory only.
+    (void)qputenv(kPlatformVariable, needsWindows ? platformsWithWindows() : QByteArray("offscreen"));
 }
 
 void DisplayChoice::quietenOffscreen()

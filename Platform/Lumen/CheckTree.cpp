@@ -23,9 +23,23 @@ bool isRightToLeft(QChar unit)
     return unit.direction() == QChar::DirR || unit.direction() == QChar::DirAL;
 }
 
+bool breaksTheLine(QChar unit)
+{
+    return unit.category() == QChar::Other_Control || unit == QChar::LineSeparator
+        || unit == QChar::ParagraphSeparator;
+}
+
 class CheckDelegate final : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
+
+    /// A name is data: with line breaks it would push the other rows away.
+    QString displayText(const QVariant& value, const QLocale&) const override
+    {
+        QString text = value.toString();
+        std::replace_if(text.begin(), text.end(), breaksTheLine, QChar(' '));
+        return text;
+    }
 
     void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override
     {

@@ -25,7 +25,11 @@ public:
     /// Where the item's check box lies in the viewport; empty when it has none.
     QRect checkBoxRect(QTreeWidgetItem* item) const;
 
-    enum ItemRole { kStateRole = Qt::UserRole, kDataRole };
+    enum ItemRole {
+        kStateRole = Qt::UserRole,
+        kDataRole,
+        kIndexRole, ///< of the item below its parent; looking for it would take longer with each sibling
+    };
 
 protected:
     void mousePressEvent(QMouseEvent* event) override;

@@ -78,6 +78,8 @@ LumTreeItem* LumTree::AppendItem(LumTreeItem* parent, std::u16string_view text, 
     else
         m_widget.addTopLevelItem(item);
     item->setText(0, QString::fromUtf16(text.data(), static_cast<qsizetype>(text.size())));
+    item->setData(
+        0, CheckTree::kIndexRole, (parent ? parent->childCount() : m_widget.topLevelItemCount()) - 1);
     item->setData(0, CheckTree::kDataRole, QVariant::fromValue(reinterpret_cast<quintptr>(data)));
     m_widget.setState(*item, state);
     return item;
@@ -115,10 +117,7 @@ LumTreeItem* LumTree::GetFirstChild(const LumTreeItem* item) const
 LumTreeItem* LumTree::GetNextSibling(const LumTreeItem* item) const
 {
     VELMORA_ASSERT(item);
-    auto* self = const_cast<LumTreeItem*>(item); // the tree's look-up of an index takes no const item
-    const LumTreeItem* parent = item->parent();
-    const int index = parent ? parent->indexOfChild(self) : m_widget.indexOfTopLevelItem(self);
-    return childAt(m_widget, parent, index + 1);
+    return childAt(m_widget, item->parent(), item->data(0, CheckTree::kIndexRole).toInt() + 1);
 }
 
 LumTreeItem* LumTree::GetParent(const LumTreeItem* item) const

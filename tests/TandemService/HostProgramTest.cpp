@@ -106,6 +106,16 @@ TEST_F(HostProgram, WindowsWithoutDisplayAreRefusedAtOnce)
     EXPECT_EQ(update("success"), 0) << "unattended needs none: " << host.errors();
 }
 
+TEST_F(HostProgram, OnlyDisplaysOfTheEnvironmentAreTried)
+{
+    host.set("QT_QPA_PLATFORM", "");
+    host.set("DISPLAY", host.home().folder().at("no display").string());
+    EXPECT_EQ(host.run({"--update"}), 2);
+    EXPECT_NE(host.errors().find("there is no display"), std::string::npos) << host.errors();
+    EXPECT_NE(host.errors().find("\"xcb\""), std::string::npos) << host.errors();
+    EXPECT_EQ(host.errors().find("wayland"), std::string::npos) << host.errors();
+}
+
 TEST_F(HostProgram, WrongArgumentsAreExplained)
 {
     EXPECT_EQ(host.run({"--nonsense"}), 2);

@@ -4,6 +4,7 @@
 
 #include <QHelpEvent>
 #include <QScrollBar>
+#include <QStyledItemDelegate>
 #include <QToolTip>
 #include <QTreeWidget>
 
@@ -59,6 +60,17 @@ TEST_F(LumTreeTest, AppendsAtTheEndOfTheParent)
     EXPECT_EQ(tree->GetFirstChild(second), nullptr);
     EXPECT_EQ(tree->GetParent(a), first);
     EXPECT_EQ(tree->GetParent(first), nullptr);
+}
+
+TEST_F(LumTreeTest, ShowsANameOfSeveralLinesOnOne)
+{
+    LumTreeItem* plain = tree->AppendItem(nullptr, u"plain", 0x1000, nullptr);
+    LumTreeItem* broken = tree->AppendItem(nullptr, u"a\nb\r\nc\u2028d\u2029e\tf\vg\u0085h", 0x1000, nullptr);
+    EXPECT_EQ(view->visualItemRect(broken).height(), view->visualItemRect(plain).height());
+    EXPECT_EQ(broken->text(0), QString::fromUtf16(u"a\nb\r\nc\u2028d\u2029e\tf\vg\u0085h"));
+    const auto* const delegate = static_cast<QStyledItemDelegate*>(view->itemDelegate());
+    const QString shown = delegate->displayText(broken->text(0), QLocale());
+    EXPECT_EQ(shown, "a b  c d e f g h");
 }
 
 TEST_F(LumTreeTest, KeepsTextStateAndData)
