@@ -1,10 +1,10 @@
 #include "Cocoa2CarbonLib/Cocoa2Carbon.h"
 
 #include "Cocoa2CarbonLib/DSProcessesInfo.h"
-#include "Cocoa2CarbonLib/UnzipGuard.h"
 #include "Platform/Support/Assertion.h"
 #include "Platform/Support/ErrorNumbers.h"
 #include "Platform/Support/ToolRequests.h"
+#include "Platform/Support/UnzipGuard.h"
 
 #include <string_view>
 

@@ -8,6 +8,7 @@
 #include "Platform/Support/Descriptor.h"
 #include "Platform/Support/ErrorNumbers.h"
 #include "Platform/Support/ToolRequests.h"
+#include "Platform/Support/UnzipGuard.h"
 
 #include <array>
 #include <cerrno>
@@ -98,8 +99,11 @@ OSStatus openDocument(const FSRef& document, const FSRef* target, FSRef& applica
     if (isPackage(document))
         return openPackage(document, target, application);
     const std::string type = contentTypeOf(document);
-    if (S_ISREG(mode) && isArchive(document, type))
+    if (S_ISREG(mode) && isArchive(document, type)) {
+        if (!mayBeUnzipped(document.path.c_str()))
+            return kLSApplicationNotFoundErr;
         return launchTool(unzipRequest(document.path.c_str(), folderOf(document.path).c_str()), application);
+    }
     return openWithDesktopHandler(document, type, application);
 }
 

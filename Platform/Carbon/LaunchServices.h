@@ -54,8 +54,8 @@ struct LSLaunchFSRefSpec {
 /// archive with "/usr/bin/unzip" into the archive's own folder, everything else with the desktop's default
 /// application for its kind. The reference of what was started is written to `launched`, which may be null.
 /// paramErr for a package without a folder to install it into; kLSApplicationNotFoundErr when there is no
-/// application for the document, and for what is neither a file nor a folder; otherwise the error of the
-/// start.
+/// application for the document, for what is neither a file nor a folder, and for a damaged archive in whose
+/// place unzip would take another one; otherwise the error of the start.
 OSStatus LSOpenFromRefSpec(const LSLaunchFSRefSpec* spec, FSRef* launched);
 
 /// What became of the processes that this program launched from one application.

@@ -119,6 +119,20 @@ TEST(LSOpenFromRefSpec, OpensADocumentWithTheDesktopsApplication)
     EXPECT_EQ(g_desktop.words(), "--read\n" + document.path + "\n");
 }
 
+TEST(LSOpenFromRefSpec, UnpacksNoOtherArchiveForADamagedOne)
+{
+    const ScopedTempDir folder;
+    (void)folder.write("a.zip.zip", zipOf("other.txt", "not asked for"));
+    FSRef application;
+    const FSRef damaged = refTo(folder.write("a.zip", "no archive"));
+    EXPECT_EQ(openDocument(damaged, &application), kLSApplicationNotFoundErr);
+    const FSRef archive = refTo(folder.write("a.zip", zipOf("inside.txt", "bytes")));
+    ASSERT_EQ(openDocument(archive, &application), noErr);
+    EXPECT_EQ(waitForEnd(application), kLaunchedEnded);
+    EXPECT_TRUE(fs::exists(folder.at("inside.txt")));
+    EXPECT_FALSE(fs::exists(folder.at("other.txt")));
+}
+
 TEST(LSOpenFromRefSpec, TakesAPipeForNoDocumentWhateverItsName)
 {
     for (const char* name : {"a.zip", "a.txt", "a.pkg"}) {

@@ -1,4 +1,4 @@
-#include "Cocoa2CarbonLib/UnzipGuard.h"
+#include "Platform/Support/UnzipGuard.h"
 
 #include "Platform/Support/RegularFile.h"
 

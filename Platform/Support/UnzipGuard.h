@@ -1,4 +1,4 @@
-// Archives that unzip must not be asked for. Private to this folder.
+// Archives that unzip must not be asked for.
 #pragma once
 
 /// False for what is there but no regular file, as unzip would wait for ever for what comes out of a pipe;
