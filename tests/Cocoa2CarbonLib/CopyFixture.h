@@ -20,6 +20,15 @@ protected:
         return call.run(printed);
     }
 
+    OSStatus replace(const std::filesystem::path& source, const std::filesystem::path& destDir)
+    {
+        CopyCall call;
+        call.source = source;
+        call.destDir = destDir;
+        call.dupeAction = kDupeActionReplace;
+        return call.run();
+    }
+
     /// Copies the tree and expects that the copy is like it in every part.
     void expectCopies()
     {

@@ -64,11 +64,7 @@ protected:
     {
         m_temp.write("tree/sub/file", "new");
         m_temp.write("dest/tree/file", "old");
-        CopyCall call;
-        call.source = m_tree;
-        call.destDir = m_dest;
-        call.dupeAction = kDupeActionReplace;
-        return call.run();
+        return replace(m_tree, m_dest);
     }
 
     void expectTreeIsAsBefore()

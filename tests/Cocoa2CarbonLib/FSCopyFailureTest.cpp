@@ -1,12 +1,10 @@
 // Copies that fail, at their beginning or half way: what they report, and that they leave nothing.
 #include "Cocoa2CarbonLib/FSCopyObject.h"
 
-#include "tests/Cocoa2CarbonLib/CopyCall.h"
-#include "tests/support/ChildProcess.h"
+#include "tests/Cocoa2CarbonLib/CopyFixture.h"
 #include "tests/support/FileTrees.h"
 #include "tests/support/PrivateMounts.h"
 #include "tests/support/ScopedFileSizeLimit.h"
-#include "tests/support/TempDir.h"
 
 #include <gmock/gmock.h>
 
@@ -19,26 +17,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class FSCopyFailureTest : public testing::Test {
+class FSCopyFailureTest : public CopyFixture {
 protected:
-    OSStatus copy(const fs::path& source, std::string* printed = nullptr)
-    {
-        CopyCall call;
-        call.source = source;
-        call.destDir = m_dest;
-        return call.run(printed);
-    }
-
     /// Lets an ordinary user write into the destination and reach everything.
     void openToNobody()
     {
         ASSERT_EQ(::chmod(m_temp.path().c_str(), 0755), 0);
         ASSERT_EQ(::chown(m_dest.c_str(), child::kNobody, child::kNobody), 0);
     }
-
-    ScopedTempDir m_temp;
-    const fs::path m_tree = m_temp.makeFolder("tree");
-    const fs::path m_dest = m_temp.makeFolder("dest");
 };
 
 /// Mounts a file system in memory that only the calling process sees. False where that is not allowed.

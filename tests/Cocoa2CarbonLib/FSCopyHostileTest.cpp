@@ -5,6 +5,7 @@
 #include "tests/Cocoa2CarbonLib/CopyCall.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/FileTrees.h"
+#include "tests/support/SmallStack.h"
 #include "tests/support/TempDir.h"
 
 #include <gtest/gtest.h>
@@ -12,7 +13,6 @@
 #include <atomic>
 #include <cstdio>
 #include <fcntl.h>
-#include <pthread.h>
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -25,6 +25,7 @@ namespace {
 constexpr int kDepth = 500;
 constexpr int kEntries = 2000;
 constexpr int kRaces = 100;
+constexpr std::size_t kStackBytes = 256 * 1024;
 
 class FSCopyHostileTest : public testing::Test {
 protected:
@@ -52,22 +53,6 @@ int depthOf(const fs::path& folder, const char* name)
             return depth;
         current = std::move(next);
     }
-}
-
-/// Runs `body` on a thread with little stack.
-template <typename Body> bool runWithSmallStack(Body body)
-{
-    constexpr std::size_t kStackBytes = 256 * 1024;
-    pthread_attr_t attributes;
-    pthread_t thread;
-    const auto entry = [](void* argument) -> void* {
-        (*static_cast<Body*>(argument))();
-        return nullptr;
-    };
-    const bool started = ::pthread_attr_init(&attributes) == 0
-        && ::pthread_attr_setstacksize(&attributes, kStackBytes) == 0
-        && ::pthread_create(&thread, &attributes, entry, &body) == 0;
-    return started && ::pthread_join(thread, nullptr) == 0;
 }
 
 /// Exchanges two objects as fast as it can while it lives.
@@ -123,7 +108,7 @@ TEST_F(FSCopyHostileTest, CopiesFiveHundredLevelsWithFewDescriptorsAndASmallStac
         if (!std::freopen("/dev/null", "w", stdout) || ::setrlimit(RLIMIT_NOFILE, &limit) != 0)
             return 1;
         OSStatus error = 1;
-        const bool ran = runWithSmallStack([&] {
+        const bool ran = runWithStack(kStackBytes, [&] {
             error = FSCopyObject(
                 &source, &dest, 0, 0, 0, nullptr, false, false, nullptr, nullptr, nullptr, nullptr);
         });

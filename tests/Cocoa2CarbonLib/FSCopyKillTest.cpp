@@ -87,15 +87,6 @@ int runAndKill(int changes, const std::function<int()>& body)
 
 class FSCopyKillTest : public CopyFixture {
 protected:
-    OSStatus replace()
-    {
-        CopyCall call;
-        call.source = m_tree;
-        call.destDir = m_dest;
-        call.dupeAction = kDupeActionReplace;
-        return call.run();
-    }
-
     /// True when this very tree stands at `path`.
     static bool isAt(const Tree& tree, const fs::path& path)
     {
@@ -137,7 +128,7 @@ TEST_F(FSCopyKillTest, KeepsTheReplacedObjectOrTheCopyWholeWheneverItIsKilled)
         ++killed;
         ASSERT_TRUE(oldOrNewIsWhole()) << "after " << changes << " changes";
         // The next copy does all or nothing. It never takes what lies aside: nobody can tell whose that is.
-        const OSStatus error = replace();
+        const OSStatus error = replace(m_tree, m_dest);
         ASSERT_TRUE(error == 0 || error == -48) << error << " after " << changes << " changes";
         ASSERT_TRUE(error == 0 ? isAt(m_new, m_dest / "tree") : oldOrNewIsWhole()) << changes;
     }

@@ -19,15 +19,6 @@ protected:
         trees::setImmutable(m_tree, false);
         m_temp.write("tree/file", "new");
     }
-
-    OSStatus replace()
-    {
-        CopyCall call;
-        call.source = m_tree;
-        call.destDir = m_dest;
-        call.dupeAction = kDupeActionReplace;
-        return call.run();
-    }
 };
 
 } // namespace
@@ -55,7 +46,7 @@ TEST_F(FSCopyLocksTest, ReplacesNoLockedObject)
 {
     m_temp.write("dest/tree/file", "old");
     trees::setImmutable(m_dest / "tree", true);
-    EXPECT_EQ(replace(), -54);
+    EXPECT_EQ(replace(m_tree, m_dest), -54);
     trees::setImmutable(m_dest / "tree", false);
     EXPECT_THAT(trees::names(m_dest), testing::ElementsAre("tree"));
     EXPECT_EQ(readWholeFile(m_dest / "tree/file"), "old");
@@ -66,7 +57,7 @@ TEST_F(FSCopyLocksTest, ReplacesAFolderThatHoldsLockedFiles)
     const fs::path locked = m_temp.write("dest/tree/sub/locked", "old");
     trees::setImmutable(locked, true);
     trees::setImmutable(m_dest / "tree/sub", true);
-    EXPECT_EQ(replace(), 0);
+    EXPECT_EQ(replace(m_tree, m_dest), 0);
     EXPECT_THAT(trees::names(m_dest), testing::ElementsAre("tree"));
     EXPECT_THAT(trees::names(m_dest / "tree"), testing::ElementsAre("file"));
 }

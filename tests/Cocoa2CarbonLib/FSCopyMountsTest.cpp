@@ -25,15 +25,6 @@ protected:
         EXPECT_TRUE(status == 0 || status == mounts::kCannotMount) << status;
         return status != mounts::kCannotMount;
     }
-
-    OSStatus replace(const fs::path& source, const fs::path& destDir)
-    {
-        CopyCall call;
-        call.source = source;
-        call.destDir = destDir;
-        call.dupeAction = kDupeActionReplace;
-        return call.run();
-    }
 };
 
 constexpr char kNeedsMounting[] = "mounting needs user id 0";

@@ -286,13 +286,7 @@ TEST_F(FSCopyObjectTest, ReplacesInAWriteOnlyFolderOnlyWhatTheUserMayMove)
     m_temp.write("dest/tree/file", "old");
     ASSERT_EQ(::chmod(m_temp.path().c_str(), 0755), 0);
     const auto replaceAsNobody = [this](OSStatus expected) {
-        return child::runAsNobody([&] {
-            CopyCall call;
-            call.source = m_tree;
-            call.destDir = m_dest;
-            call.dupeAction = kDupeActionReplace;
-            return call.run() == expected ? 0 : 1;
-        });
+        return child::runAsNobody([&] { return replace(m_tree, m_dest) == expected ? 0 : 1; });
     };
     ASSERT_EQ(::chmod(m_dest.c_str(), 01733), 0); // sticky: others' objects stay where they are
     EXPECT_EQ(replaceAsNobody(-54), 0);

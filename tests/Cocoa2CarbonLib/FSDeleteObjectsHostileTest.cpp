@@ -2,9 +2,11 @@
 #include "Cocoa2CarbonLib/FSDeleteObjects.h"
 
 #include "Platform/Support/Descriptor.h"
+#include "tests/Cocoa2CarbonLib/CopyCall.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/FileTrees.h"
 #include "tests/support/PrivateMounts.h"
+#include "tests/support/SmallStack.h"
 #include "tests/support/TempDir.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +15,6 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <poll.h>
-#include <pthread.h>
 #include <string>
 #include <sys/fanotify.h>
 #include <sys/resource.h>
@@ -28,13 +29,6 @@ constexpr int kDepth = 3000;
 constexpr int kEntries = 100000;
 constexpr int kRaces = 60;
 
-FSRef refTo(const fs::path& path)
-{
-    FSRef ref;
-    EXPECT_EQ(FSPathMakeRef(reinterpret_cast<const UInt8*>(path.c_str()), &ref, nullptr), 0) << path;
-    return ref;
-}
-
 OSStatus deleteQuietly(const FSRef& ref, std::string* printed = nullptr)
 {
     testing::internal::CaptureStdout();
@@ -43,22 +37,6 @@ OSStatus deleteQuietly(const FSRef& ref, std::string* printed = nullptr)
     if (printed)
         *printed = output;
     return error;
-}
-
-/// Runs `body` on a thread with `stackBytes` of stack.
-template <typename Body> void runWithStack(std::size_t stackBytes, Body body)
-{
-    pthread_attr_t attributes;
-    ASSERT_EQ(::pthread_attr_init(&attributes), 0);
-    ASSERT_EQ(::pthread_attr_setstacksize(&attributes, stackBytes), 0);
-    pthread_t thread;
-    const auto entry = [](void* argument) -> void* {
-        (*static_cast<Body*>(argument))();
-        return nullptr;
-    };
-    ASSERT_EQ(::pthread_create(&thread, &attributes, entry, &body), 0);
-    ::pthread_join(thread, nullptr);
-    ::pthread_attr_destroy(&attributes);
 }
 
 class FSDeleteObjectsHostileTest : public testing::Test {
@@ -165,7 +143,7 @@ TEST_F(FSDeleteObjectsHostileTest, DeletesThreeThousandLevelsWithASmallStack)
     OSStatus error = 1;
     constexpr std::size_t kStackBytes = 256 * 1024;
     testing::internal::CaptureStdout();
-    runWithStack(kStackBytes, [&] { error = FSDeleteObjects(&ref); });
+    EXPECT_TRUE(runWithStack(kStackBytes, [&] { error = FSDeleteObjects(&ref); }));
     (void)testing::internal::GetCapturedStdout(); // its text is another test's matter
     EXPECT_EQ(error, 0);
     EXPECT_FALSE(trees::exists(m_tree));

@@ -1,6 +1,7 @@
 // What the deletion of files and folder trees removes, leaves alone and prints.
 #include "Cocoa2CarbonLib/FSDeleteObjects.h"
 
+#include "tests/Cocoa2CarbonLib/CopyCall.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/FileTrees.h"
 #include "tests/support/TempDir.h"
@@ -9,7 +10,6 @@
 
 #include <cstdio>
 #include <fcntl.h>
-#include <regex>
 #include <string>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -25,13 +25,6 @@ struct Deletion {
     std::string printed;
 };
 
-FSRef refTo(const fs::path& path)
-{
-    FSRef ref;
-    EXPECT_EQ(FSPathMakeRef(reinterpret_cast<const UInt8*>(path.c_str()), &ref, nullptr), 0) << path;
-    return ref;
-}
-
 Deletion deleteAndListen(const FSRef* ref)
 {
     testing::internal::CaptureStdout();
@@ -42,12 +35,6 @@ Deletion deleteAndListen(const FSRef* ref)
 std::string deletingLine(const fs::path& path)
 {
     return "\nFSDeleteObjects -- Deleting " + path.string() + "\n";
-}
-
-/// `printed` with each line number, which only the source's layout decides, replaced by "N".
-std::string withoutLineNumbers(const std::string& printed)
-{
-    return std::regex_replace(printed, std::regex("Line: [1-9][0-9]*,"), "Line: N,");
 }
 
 std::string errorLine(const std::string& call, const std::string& function, int error)
