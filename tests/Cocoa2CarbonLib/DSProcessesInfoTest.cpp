@@ -1,6 +1,7 @@
 // What is told about running processes: programs that each test starts itself.
 #include "Cocoa2CarbonLib/DSProcessesInfo.h"
 
+#include "tests/Cocoa2CarbonLib/ProcessValues.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/RunningProgram.h"
 #include "tests/support/TempDir.h"
@@ -23,17 +24,6 @@ namespace fs = std::filesystem;
 namespace {
 
 using Texts = ProcessTextList;
-
-/// The value of that type for a key; a failure, and an empty value, when there is none.
-template <typename Value> Value value(const ProcessInfo& info, std::string_view key)
-{
-    const auto found = info.find(key);
-    if (found == info.end() || !std::holds_alternative<Value>(found->second)) {
-        ADD_FAILURE() << "no such value: " << key;
-        return {};
-    }
-    return std::get<Value>(found->second);
-}
 
 /// Where the process stands in a list of dictionaries, or -1.
 int indexOf(const std::vector<ProcessInfo>& infos, int pid)

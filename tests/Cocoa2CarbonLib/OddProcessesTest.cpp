@@ -2,6 +2,7 @@
 // namespace of their own, out of sight.
 #include "Cocoa2CarbonLib/DSProcessesInfo.h"
 
+#include "tests/Cocoa2CarbonLib/ProcessValues.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/RunningProgram.h"
 #include "tests/support/TempDir.h"
@@ -44,14 +45,6 @@ Texts environmentOf(int pid)
     std::unique_ptr<Texts> environment;
     args(pid, arguments, environment);
     return *environment;
-}
-
-/// The value of that type for a key, or an empty one.
-template <typename Value> Value value(const ProcessInfo& info, std::string_view key)
-{
-    const auto found = info.find(key);
-    const Value* const typed = found == info.end() ? nullptr : std::get_if<Value>(&found->second);
-    return typed ? *typed : Value {};
 }
 
 bool holds(const Texts& texts, std::string_view text)
@@ -213,7 +206,8 @@ TEST_F(OddProcesses, ProcessOfAnInnerNamespaceHasItsOuterId)
     ASSERT_TRUE(eventually([&] {
         found = getProcessInfoByName("Tandem inner");
         // Its arguments are shown a moment after its name.
-        return found.size() == 1 && value<std::string>(found[0], DSProcessArguments) == inner + ' ' + inner;
+        return found.size() == 1 && !found[0].empty()
+            && value<std::string>(found[0], DSProcessArguments) == inner + ' ' + inner;
     }));
     EXPECT_EQ(value<SInt32>(found[0], DSProcessParentPID), outer.pid());
     EXPECT_GT(value<SInt32>(found[0], DSProcessPIDNumber), 1);

@@ -1,6 +1,7 @@
 // Exactly which processes are listed and in which order, where a test's own are all that there are.
 #include "Cocoa2CarbonLib/DSProcessesInfo.h"
 
+#include "tests/Cocoa2CarbonLib/ProcessValues.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/RunningProgram.h"
 #include "tests/support/TempDir.h"
@@ -10,7 +11,6 @@
 #include <functional>
 #include <sched.h>
 #include <sys/mount.h>
-#include <variant>
 #include <vector>
 
 namespace {
@@ -34,7 +34,7 @@ std::vector<SInt32> idsOf(const std::vector<ProcessInfo>& infos)
 {
     std::vector<SInt32> ids;
     for (const ProcessInfo& info : infos)
-        ids.push_back(std::get<SInt32>(info.at(std::string(DSProcessPIDNumber))));
+        ids.push_back(value<SInt32>(info, DSProcessPIDNumber));
     return ids;
 }
 
