@@ -74,6 +74,9 @@ InstallResult PayloadExtractor::extractAll(archive* reader)
     }
     if (status != ARCHIVE_EOF)
         return readerFailure(reader);
+    // The library takes the end of the stream for the end of the archive, and says nothing of a missing mark.
+    if (archive_filter_bytes(reader, 0) == archive_read_header_position(reader))
+        return {InstallError::packageDamaged, "the package is damaged: the archive ends too early"};
     if (archive_write_close(writer.get()) != ARCHIVE_OK)
         return writerFailure(writer.get());
     return {};

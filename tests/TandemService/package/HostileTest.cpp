@@ -222,6 +222,23 @@ TEST_F(Damage, FileClaimingMoreThanTheArchiveHoldsIsRefused)
     EXPECT_EQ(snapshot(m_target), m_before);
 }
 
+TEST_F(Damage, ArchiveWithoutItsEndIsRefused)
+{
+    // Cut between two members and compressed only then: every checksum is right.
+    const std::string tar = PackageBuilder().file("a", "x").file("b", "y").archive(Format::pax);
+    const std::size_t second = tar.find(std::string("b\0", 2));
+    ASSERT_NE(second, std::string::npos);
+    EXPECT_EQ(install(packages::writeBundleAround(
+                  m_scratch.at("A.pkg"), packages::gzip(std::string_view(tar).substr(0, second)))),
+        InstallError::packageDamaged);
+    const std::string cpio = packages::newCpioMember(1, S_IFREG | 0644, 1, "a", "x");
+    EXPECT_EQ(install(packages::writeBundleAround(m_scratch.at("B.pkg"), packages::gzip(cpio))),
+        InstallError::packageDamaged);
+    EXPECT_EQ(install(packages::writeFlatAround(m_scratch.at("C.pkg"), packages::gzip(cpio))),
+        InstallError::packageDamaged);
+    EXPECT_EQ(snapshot(m_target), m_before);
+}
+
 TEST_F(Damage, OtherThingsThanPackagesAreRefused)
 {
     EXPECT_EQ(install(m_scratch.at("missing.pkg")), InstallError::packageMissing);
