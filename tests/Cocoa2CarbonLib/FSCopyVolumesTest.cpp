@@ -17,6 +17,7 @@
 #include <linux/fs.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -200,6 +201,37 @@ TEST_F(FSCopyVolumesTest, CopiesAndDeletesTreesThatHoldSubvolumes)
         EXPECT_EQ(FSDeleteObjects(&tree), 0);
         (void)testing::internal::GetCapturedStdout(); // its text is another test's matter
         EXPECT_FALSE(trees::exists(m_volume / "tree"));
+    });
+    if (!reason.empty())
+        GTEST_SKIP() << reason;
+}
+
+TEST_F(FSCopyVolumesTest, CopiesBetweenTwoVolumesThatHaveSubvolumes)
+{
+    const std::string reason = onVolume("btrfs", [this] {
+        EXPECT_TRUE(mounts::mountImage(m_temp.at("second image"), kVolumeMegabytes, "btrfs", "", m_dest));
+        m_temp.write("volume/tree/file", patternOf(1'000'000));
+        const auto before = describeTree(m_volume / "tree");
+        // Only the call itself finds out that these are two volumes.
+        EXPECT_EQ(copyTo(m_dest, m_volume / "tree"), 0);
+        EXPECT_TRUE(describeTree(m_dest / "tree") == before);
+    });
+    if (!reason.empty())
+        GTEST_SKIP() << reason;
+}
+
+TEST_F(FSCopyVolumesTest, LetsAnOrdinaryUserDeleteASubvolumeOfHisOwn)
+{
+    const std::string reason = onVolume("btrfs", [this] {
+        const fs::path tree = m_temp.makeFolder("volume/tree");
+        makeSubvolume(tree / "inner");
+        m_temp.write("volume/tree/inner/file", "x");
+        for (const fs::path& path : {m_volume, tree, tree / "inner", tree / "inner/file"})
+            EXPECT_EQ(::chown(path.c_str(), child::kNobody, child::kNobody), 0);
+        EXPECT_EQ(::chmod(m_temp.path().c_str(), 0755), 0);
+        const FSRef ref = refTo(tree);
+        EXPECT_EQ(child::runAsNobody([&ref] { return FSDeleteObjects(&ref) == 0 ? 0 : 1; }), 0);
+        EXPECT_FALSE(trees::exists(tree));
     });
     if (!reason.empty())
         GTEST_SKIP() << reason;
