@@ -43,8 +43,8 @@ ExitStatus handOver(const Session& session, const HandOverLimits& limits)
     const ExitStatus taken = takeMarker(marker);
     if (taken != ExitStatus::Ok)
         return taken;
-    // An installer may run as root on the user's behalf; a host of another user's is no business of this one.
-    waitUntilGone(marker.runFile, ProcessOwner::Anybody, limits.look, limits.appear, limits.update);
+    // An installer may run as root on the user's behalf; a host of root's is no business of this user's one.
+    waitUntilGone(marker.runFile, ProcessOwner::CallingUserOrRoot, limits.look, limits.appear, limits.update);
     waitUntilGone(marker.hostBundle + kHostProgramInBundle, ProcessOwner::CallingUser, limits.look,
         milliseconds(0), limits.host);
     // Not before: an update that is under way may have taken the bundle aside.

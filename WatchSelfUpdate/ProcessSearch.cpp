@@ -11,6 +11,7 @@
 
 namespace {
 
+constexpr uid_t kRootUser = 0;
 // More of a command line is not looked at.
 constexpr std::size_t kMaxCommandLineBytes = 128 * 1024;
 
@@ -78,12 +79,19 @@ bool hasWordAt(std::string_view words, const std::vector<std::string>& paths)
     return false;
 }
 
-bool runs(int process, const std::vector<std::string>& paths, ProcessOwner owner)
+bool belongsTo(int process, ProcessOwner owner)
 {
     struct stat info { };
-    if (owner == ProcessOwner::CallingUser && (fstat(process, &info) != 0 || info.st_uid != getuid()))
+    if (fstat(process, &info) != 0)
         return false;
-    return isAtAny(programOf(process), paths) || hasWordAt(commandLineOf(process), paths);
+    const bool isRootAccepted = owner == ProcessOwner::CallingUserOrRoot;
+    return info.st_uid == getuid() || (isRootAccepted && info.st_uid == kRootUser);
+}
+
+bool runs(int process, const std::vector<std::string>& paths, ProcessOwner owner)
+{
+    return belongsTo(process, owner)
+        && (isAtAny(programOf(process), paths) || hasWordAt(commandLineOf(process), paths));
 }
 
 bool isOtherProcess(const char* name)

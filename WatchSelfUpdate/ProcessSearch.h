@@ -4,8 +4,8 @@
 #include <string>
 
 enum class ProcessOwner {
-    Anybody,
-    CallingUser, ///< another user's processes do not count
+    CallingUserOrRoot, ///< another user's processes do not count
+    CallingUser,
 };
 
 /// Whether a process runs `path`, or was started on it: its program is that file or lies in that folder, or

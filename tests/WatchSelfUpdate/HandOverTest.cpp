@@ -257,6 +257,20 @@ TEST(HandOver, DoesNotWaitForAnotherUsersHost)
     EXPECT_EQ(run.get().status, 0);
 }
 
+TEST(HandOver, DoesNotWaitForAThirdUsersProgram)
+{
+    const HandOverStage stage;
+    if (!stage.ownsRoot())
+        GTEST_SKIP() << "needs root to run as another user";
+    fs::copy_file("/bin/cat", stage.runFile());
+    stage.writeOwned(stage.marker(), stage.markerBytes());
+    // Anybody may start the update's program, or name it, and would keep the host away as long as it runs.
+    const RunningProgram foreign({stage.runFile()}, 1001);
+    std::future<ToolRun> run = runInBackground(stage);
+    EXPECT_EQ(stage.reports(1'000), "host 1000\n");
+    EXPECT_EQ(run.get().status, 0);
+}
+
 TEST(HandOver, StartsTheHostDetachedWithAnEnvironmentForTheDesktop)
 {
     const ScopedEnvironment display("DISPLAY", ":77");
