@@ -1,8 +1,10 @@
-// Copies on a system whose calls are listened to, and some of which fail.
+// Copies and deletions on a system whose calls are listened to, and some of which fail.
 #include "Cocoa2CarbonLib/FSCopyObject.h"
 
+#include "Cocoa2CarbonLib/FSDeleteObjects.h"
 #include "tests/Cocoa2CarbonLib/CopyFixture.h"
 #include "tests/support/FileTrees.h"
+#include "tests/support/PrivateMounts.h"
 
 #include <gmock/gmock.h>
 
@@ -29,6 +31,7 @@ struct Calls {
     int closeError = 0; ///< of files open for writing alone
     int renameError = 0;
     bool isOnNetwork = false;
+    bool tellsOfMounts = true;
 };
 Calls g_calls;
 
@@ -134,6 +137,16 @@ int renameat2(int folder, const char* name, int newFolder, const char* newName, 
     if (fails("renameat2", g_calls.renameError))
         return -1;
     return static_cast<int>(::syscall(SYS_renameat2, folder, name, newFolder, newName, flags));
+}
+
+int statx(int folder, const char* name, int flags, unsigned mask, struct statx* status) noexcept
+{
+    const int result = static_cast<int>(::syscall(SYS_statx, folder, name, flags, mask, status));
+    if (!g_calls.tellsOfMounts) {
+        status->stx_attributes_mask &= ~UInt64 {STATX_ATTR_MOUNT_ROOT};
+        status->stx_attributes &= ~UInt64 {STATX_ATTR_MOUNT_ROOT};
+    }
+    return result;
 }
 
 int fstatfs(int file, struct statfs* status) noexcept
@@ -245,4 +258,23 @@ TEST_F(FSCopyCallsTest, SaysThatADestinationOnTheNetworkIsNotLocal)
     EXPECT_EQ(copy(m_tree, &printed), 0);
     EXPECT_THAT(
         printed, testing::HasSubstr("\t\t\t\tcopyBufferSize: 256kB, isDirectory: yes, isLocal: no,\n"));
+}
+
+TEST_F(FSCopyCallsTest, DeletesNoMountedFileSystemWhereTheSystemDoesNotTellOfMounts)
+{
+    const fs::path mounted = m_temp.makeFolder("tree/mounted");
+    const FSRef ref = refTo(m_tree);
+    const int status = child::run([&] {
+        if (!mounts::separate() || !mounts::mountNew(mounted, "tmpfs", nullptr))
+            return mounts::kCannotMount;
+        m_temp.write("tree/mounted/file", "kept");
+        g_calls.tellsOfMounts = false;
+        testing::internal::CaptureStdout();
+        const OSStatus error = FSDeleteObjects(&ref);
+        (void)testing::internal::GetCapturedStdout(); // its text is another test's matter
+        return error == -47 && readWholeFile(mounted / "file") == "kept" ? 0 : 1;
+    });
+    if (status == mounts::kCannotMount)
+        GTEST_SKIP() << "mounting needs user id 0";
+    EXPECT_EQ(status, 0);
 }
