@@ -71,11 +71,12 @@ class ScratchMachine:
         os.chown(path, owner, owner)
         return path
 
-    def write(self, place, text, mode=0o644):
+    def write(self, place, text, mode=0o644, owner=0):
         os.makedirs(os.path.dirname(self.path(place)), exist_ok=True)
         with open(self.path(place), "w", encoding="utf-8") as file:
             file.write(text)
         os.chmod(self.path(place), mode)
+        os.chown(self.path(place), owner, owner)
 
     def place_program(self, source):
         """Copies a program to where every user of the machine can start it."""
