@@ -120,6 +120,17 @@ class InstallAgain(unittest.TestCase):
         self.assertIn(f"placed {self.installer}\n", install(self.root))
         self.assertTrue(read(self.installer) == newest)  # a failure need not print a program
 
+    def test_warns_of_a_folder_that_others_can_change(self):
+        def warnings():
+            return subprocess.run([os.path.join(ROOT, "tools", "install_suite"), BUILD, self.root], check=True,
+                                  capture_output=True, text=True).stderr
+        self.assertEqual(warnings(), "")
+        folder = os.path.join(self.root, "Library/Application Support")
+        for mode, is_open in ((0o775, True), (0o757, True), (0o1777, False)):
+            os.chmod(folder, mode)
+            self.assertEqual(warnings(), f"warning: others than root can change {folder}: ordinary users cannot update "
+                             "the suite\n" if is_open else "", oct(mode))
+
     def test_uninstalls_everything_that_it_placed(self):
         install(self.root)
         output = uninstall(self.root)
