@@ -1,5 +1,6 @@
 // The resident host.
 #include "Platform/Support/Descriptor.h"
+#include "tests/TandemService/FakeDesktop.h"
 #include "tests/TandemService/HostBundle.h"
 
 #include <fcntl.h>
@@ -37,6 +38,38 @@ TEST(ResidentHost, SaysWhatThereIsWhereABusHasNoNotificationService)
     EXPECT_EQ(host.wait(), 0);
     g_test_dbus_down(bus);
     g_object_unref(bus);
+}
+
+TEST(ResidentHost, OpensItsMessageWhenTheUserClicksItAndChecksAgainAfterwards)
+{
+    FakeDesktop desktop;
+    HostBundle host;
+    host.set("DBUS_SESSION_BUS_ADDRESS", desktop.address());
+    host.set("FAKE_MESSAGE", "There is something.");
+    host.set("FAKE_RUN", "cancel");
+    host.set("FAKE_USER", "ok");
+    host.start({});
+    EXPECT_TRUE(processUntil([&] { return !desktop.calls.empty(); }));
+    EXPECT_EQ(desktop.calls[0], "notify 0 Velmora Tandem: There is something.");
+    const auto checks = [&] {
+        const std::string log = "\n" + host.log();
+        std::size_t count = 0;
+        for (std::size_t at = 0; (at = log.find("\ngenerate can=1\n", at)) != std::string::npos; ++at)
+            ++count;
+        return count;
+    };
+    // Clicked again and again: a message that is open is not opened twice.
+    EXPECT_TRUE(processUntil([&] {
+        desktop.click(7);
+        return host.log().find("\nprocess Update.bundle\n") != std::string::npos;
+    }));
+    desktop.click(7);
+    EXPECT_TRUE(processUntil([&] { return checks() == 2; })) << host.log();
+    EXPECT_EQ(host.log().find("process"), host.log().rfind("process"));
+    EXPECT_EQ(desktop.calls.size(), 2U) << "what was declined is not advertised again";
+    EXPECT_EQ(desktop.calls.back(), "close 7");
+    host.signal(SIGTERM);
+    EXPECT_EQ(host.wait(), 0);
 }
 
 TEST(ResidentHost, IsAloneForItsUser)
