@@ -5,10 +5,11 @@
 namespace {
 
 constexpr const char* kPlatformVariable = "QT_QPA_PLATFORM";
+constexpr const char* kOffscreen = "offscreen";
 
 QtMessageHandler g_formerHandler = nullptr;
 
-/// The platforms to try, in order, for windows that the user sees.
+/// The platforms to try, in order, for windows that the user sees; each followed by ";".
 QByteArray platformsWithWindows()
 {
     QByteArray platforms;
@@ -16,7 +17,7 @@ QByteArray platformsWithWindows()
         platforms += "wayland;";
     if (!qEnvironmentVariableIsEmpty("DISPLAY"))
         platforms += "xcb;";
-    return platforms + "offscreen";
+    return platforms;
 }
 
 /// Leaves out what the off-screen platform says about each window: nobody sees that window anyway.
@@ -26,32 +27,40 @@ void handleMessage(QtMsgType type, const QMessageLogContext& context, const QStr
         g_formerHandler(type, context, message);
 }
 
+bool isOffscreen()
+{
+    return QGuiApplication::platformName() == QLatin1String(kOffscreen);
+}
+
 } // namespace
 
 DisplayChoice::DisplayChoice(const HostOptions& options)
-    : m_chosenHere(qEnvironmentVariableIsEmpty(kPlatformVariable))
-    , m_anyDisplay(!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") || !qEnvironmentVariableIsEmpty("DISPLAY"))
+    : m_named(qgetenv(kPlatformVariable))
+    , m_isNamed(qEnvironmentVariableIsSet(kPlatformVariable))
 {
-    if (!m_chosenHere)
-        return;
-    const bool needsWindows = options.mode != HostMode::check && m_anyDisplay;
-    // Fails without memory only.
-    (void)qputenv(kPlatformVariable, needsWindows ? platformsWithWindows() : QByteArray("offscreen"));
+    // A platform that does not work would end the program: the off-screen one, which always works, comes
+    // last.
+    QByteArray platforms = kOffscreen;
+    if (options.mode != HostMode::check)
+        platforms = (m_named.isEmpty() ? platformsWithWindows() : m_named + ';') + kOffscreen;
+    (void)qputenv(kPlatformVariable, platforms); // fails without memory only
 }
 
 void DisplayChoice::quietenOffscreen()
 {
-    if (QGuiApplication::platformName() == QLatin1String("offscreen"))
+    if (isOffscreen())
         g_formerHandler = qInstallMessageHandler(handleMessage);
 }
 
 void DisplayChoice::leaveEnvironment() const
 {
-    if (m_chosenHere)
+    if (m_isNamed)
+        (void)qputenv(kPlatformVariable, m_named); // it had that value before
+    else
         (void)qunsetenv(kPlatformVariable); // it is set
 }
 
 bool DisplayChoice::canShowWindows() const
 {
-    return !m_chosenHere || (m_anyDisplay && QGuiApplication::platformName() != QLatin1String("offscreen"));
+    return !isOffscreen() || m_named.startsWith(kOffscreen);
 }

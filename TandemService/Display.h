@@ -3,8 +3,11 @@
 
 #include "TandemService/CommandLine.h"
 
-/// Chooses Qt's platform before the application object is made, unless QT_QPA_PLATFORM names one: a display
-/// server where there is one, otherwise off-screen. A check needs no windows and goes off-screen at once.
+#include <QByteArray>
+
+/// Chooses Qt's platform before the application object is made: the one that QT_QPA_PLATFORM names, or a
+/// display server where there is one; off-screen where that does not work. A check needs no windows and goes
+/// off-screen at once.
 class DisplayChoice {
 public:
     explicit DisplayChoice(const HostOptions& options);
@@ -14,10 +17,10 @@ public:
     void leaveEnvironment() const;
     /// Drops the off-screen platform's remarks about what it does not support.
     static void quietenOffscreen();
-    /// True when a user can see and answer windows, or a platform was named on purpose.
+    /// True when a user can see and answer windows, or the off-screen platform was named on purpose.
     bool canShowWindows() const;
 
 private:
-    bool m_chosenHere;
-    bool m_anyDisplay;
+    QByteArray m_named; ///< the variable's own value
+    bool m_isNamed;
 };

@@ -106,6 +106,17 @@ TEST_F(HostProgram, WindowsWithoutDisplayAreRefusedAtOnce)
     EXPECT_EQ(update("success"), 0) << "unattended needs none: " << host.errors();
 }
 
+TEST_F(HostProgram, ChosenPlatformThatDoesNotWorkIsNoEnd)
+{
+    for (const char* platform : {"xcb", "wayland;xcb", "nonsense"}) {
+        host.set("QT_QPA_PLATFORM", platform);
+        EXPECT_EQ(host.run({"--check"}), 0) << host.errors();
+        EXPECT_EQ(update("success"), 0) << host.errors();
+        EXPECT_EQ(host.run({"--update"}), 2);
+        EXPECT_NE(host.errors().find("there is no display"), std::string::npos) << host.errors();
+    }
+}
+
 TEST_F(HostProgram, OnlyDisplaysOfTheEnvironmentAreTried)
 {
     host.set("QT_QPA_PLATFORM", "");
@@ -288,6 +299,30 @@ TEST_F(HostProgram, InstallsPackagesForItsPlugin)
     EXPECT_EQ(update("package"), 0) << host.errors();
     EXPECT_TRUE(noted("UPKG 0")) << host.log();
     EXPECT_EQ(readWholeFile(folder.at("apps/Foo.app/new")), "x");
+}
+
+TEST_F(HostProgram, SignalDuringAnInstallLetsTheInstallEnd)
+{
+    const ScopedTempDir& folder = host.home().folder();
+    fs::remove(host.app() / "Contents/Linux/installer");
+    const fs::path installer = folder.write("Tandem.app/Contents/Linux/installer",
+        "#!/bin/sh\ni=0\n: > '" + folder.at("started").string() + "'\nwhile [ ! -e '"
+            + folder.at("go").string()
+            + "' ]; do sleep 0.01; i=$((i+1)); [ $i -lt 3000 ] || exit 1; done\n: > '"
+            + folder.at("finished").string() + "'\n");
+    fs::permissions(installer, fs::perms::owner_all);
+    host.set("FAKE_RUN", "package");
+    host.set("FAKE_PACKAGE", "/some.pkg");
+    host.set("FAKE_TARGET", folder.makeFolder("apps").string());
+    host.start({"--update", "--unattended"});
+    ASSERT_TRUE(HostBundle::waitForFile(folder.at("started")));
+    host.signal(SIGTERM);
+    EXPECT_TRUE(host.waitForLine("cancel Update.bundle"));
+    EXPECT_FALSE(fs::exists(folder.at("finished")));
+    (void)folder.write("go", "");
+    EXPECT_EQ(host.wait(), 3);
+    EXPECT_TRUE(fs::exists(folder.at("finished")));
+    EXPECT_TRUE(host.log().ends_with("release\nunloaded\n")) << host.log();
 }
 
 TEST_F(HostProgram, AnswersAFailedInstallWithItsNumber)
