@@ -162,6 +162,42 @@ TEST_F(Check, OffersOnlyTheHostProductWhenItNeedsUpdating)
     EXPECT_EQ(askedFor("Velmora Sketch"), 0) << "the check ended at the host product";
 }
 
+TEST_F(Check, KnowsTheHostProductByItsNameAlone)
+{
+    publishHostUpToDate();
+    installWithUpdate("Velmora Table");
+    installWithUpdate("velmora TANDEM"); // from the registry, in another spelling
+    installWithUpdate("Velmora Sketch");
+    EXPECT_EQ(check(), 0);
+    EXPECT_EQ(message(), u"Several: 2") << "what was kept before stays";
+    EXPECT_EQ(askedFor("Velmora Sketch"), 0);
+}
+
+TEST_F(Check, EndsWhenTheHostsDescriptorHasNoPlaceAnyMore)
+{
+    publishHostUpToDate();
+    installWithUpdate("Velmora Sketch");
+    ASSERT_EQ(check(), 0);
+    ASSERT_EQ(message(), u"One: Velmora Sketch");
+    // Fetched before, the descriptors are not fetched again; but their folder cannot be used any more.
+    host().messages.clear();
+    std::filesystem::remove_all(descriptorFolder());
+    std::filesystem::create_directory_symlink(home().path(), descriptorFolder());
+    EXPECT_EQ(check(), 0);
+    EXPECT_TRUE(host().messages.empty());
+}
+
+TEST_F(Check, GoesOnWhenTheHostsDescriptorIsGoneFromItsFolder)
+{
+    publishHostUpToDate();
+    installWithUpdate("Velmora Sketch");
+    ASSERT_EQ(check(), 0);
+    host().messages.clear();
+    std::filesystem::remove(descriptorFolder() / "Update_Velmora Tandem_1.0.0.0_eng_Mac.xml");
+    EXPECT_EQ(check(), 0);
+    EXPECT_EQ(message(), u"One: Velmora Sketch");
+}
+
 TEST_F(Check, GoesOnWhenTheHostsDescriptorIsNotPublished)
 {
     answerDescriptor(kHostName, kHostVersion, answer::status(404));

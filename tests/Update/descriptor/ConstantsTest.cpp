@@ -158,6 +158,64 @@ TEST(CConstants, MapsATextWithinItsOwnBuffer)
     EXPECT_EQ(text, u"b1"sv);
 }
 
+TEST(CConstants, KnowsNoMeaningOfPercentSigns)
+{
+    EXPECT_EQ(mapped(constantsWith(u"%app%", u"/A"), u"%%app%%"), u"%/A%"sv);
+    EXPECT_EQ(mapped(constantsWith(u"%app%", u"/A"), u"%app%app%"), u"/Aapp%"sv);
+    EXPECT_EQ(mapped(constantsWith(u"%%", u"%"), u"100%%%"), u"100%%"sv);
+    EXPECT_EQ(mapped(constantsWith(u"app", u"/A"), u"%app%"), u"%/A%"sv);
+    EXPECT_EQ(mapped(constantsWith(u" ", u""), u" a b "), u"ab"sv);
+}
+
+TEST(CConstants, ReplacesInsideOfALongerWord)
+{
+    EXPECT_EQ(mapped(constantsWith(u"aba", u"x"), u"ababa"), u"xba"sv);
+    EXPECT_EQ(mapped(constantsWith(u"aab", u"x"), u"aaab"), u"ax"sv);
+}
+
+TEST(CConstants, ReplacesAtBothEndsOfAFullBuffer)
+{
+    const std::u16string middle(1017, u'm');
+    const CConstants constants = constantsWith(u"%a%", u"bcd");
+    EXPECT_EQ(mapped(constants, (u"%a%" + middle + u"%a%").c_str()), u"bcd" + middle + u"bcd");
+    EXPECT_EQ(constants.mappedPath(u"%a%" + middle + u"%a%").view(), u"bcd" + middle + u"bcd");
+}
+
+TEST(CConstants, CutsATextBeforeItSubstitutes)
+{
+    // The name begins at the last unit that fits.
+    const std::u16string text = std::u16string(1022, u'm') + u"%a%";
+    EXPECT_EQ(mapped(constantsWith(u"%a%", u""), text.c_str()), std::u16string(1022, u'm') + u"%");
+    EXPECT_EQ(constantsWith(u"%a%", u"").mappedText(text).view(), std::u16string(1022, u'm') + u"%");
+}
+
+TEST(CConstants, KeepsSurrogatePairsWhole)
+{
+    EXPECT_EQ(mapped(constantsWith(u"%\U0001F600%", u"\U0001F601"), u"a%\U0001F600%b"), u"a\U0001F601b"sv);
+    const std::u16string text = std::u16string(1020, u'm') + u"%a%";
+    EXPECT_EQ(mapped(constantsWith(u"%a%", u"mm\U0001F600"), text.c_str()), std::u16string(1022, u'm'));
+    EXPECT_EQ(mapped(constantsWith(u"%a%", u"m\U0001F600"), text.c_str()),
+        std::u16string(1021, u'm') + u"\U0001F600");
+}
+
+TEST(CConstants, ReadsTextsAsTheDocumentMeansThem)
+{
+    const CConstants constants = parsed(
+        "<CONSTANTS><constant name=\"&#37;a&amp;b&#x25;\" value='&lt;\xC3\xA9&quot;\n&#9;\xF0\x9F\x98\x80'/>"
+        "</CONSTANTS>");
+    // A line break in an attribute is a blank; one that is written as a reference stays.
+    EXPECT_EQ(mapped(constants, u"%a&b%"), u"<\u00E9\" \t\U0001F600"sv);
+}
+
+TEST(CConstants, ReadsTheNodesOfABlockWithAttributesOfItsOwn)
+{
+    const CConstants constants = parsed(
+        "<CONSTANTS a='b'><constant name='%a%' value='1' extra='x'>text<constant name='%b%' value='2'/>"
+        "</constant></CONSTANTS>");
+    ASSERT_EQ(constants.items().size(), 1U);
+    EXPECT_EQ(mapped(constants, u"%a%%b%"), u"1%b%"sv);
+}
+
 TEST(CConstants, CutsAnOverlongResultAt1023Units)
 {
     const CConstants constants = constantsWith(u"%a%", std::u16string(1000, u'v'));

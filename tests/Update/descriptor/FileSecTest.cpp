@@ -80,6 +80,26 @@ TEST(CFileSec, IgnoresTheVersionWhenSomethingElseIsChecked)
     EXPECT_EQ(parsed("<FILE version='1.2'/>")->version(), (Version {0, 0, 0, 0}));
 }
 
+TEST(CFileSec, TakesAnEmptyVersionAsOneThatIsThere)
+{
+    EXPECT_EQ(parsed("<FILE check='version' version=''/>")->version(), (Version {0, 0, 0, 0}));
+    EXPECT_EQ(parsed("<FILE check=' version' version='1'/>")->version(), (Version {0, 0, 0, 0}));
+}
+
+TEST(CFileSec, ReadsASizeByItsLeadingDigits)
+{
+    struct Case {
+        const char* text;
+        SInt32 size;
+    };
+    for (const Case& one : {Case {"", 0}, Case {"-5", -5}, Case {"+7", 7}, Case {" \n12", 12},
+             Case {"- 5", 0}, Case {"0x10", 0}, Case {"1e3", 1}, Case {"12.9", 12}, Case {"1,000", 1},
+             Case {"0010", 10}, Case {"\xD9\xA1", 0}, // an Arabic digit
+             Case {"2147483647", 2'147'483'647}, Case {"2147483648", 2'147'483'647},
+             Case {"-2147483649", -2'147'483'647 - 1}, Case {"99999999999999999999", 2'147'483'647}})
+        EXPECT_EQ(parsed("<FILE size='" + std::string(one.text) + "'/>")->size(), one.size) << one.text;
+}
+
 TEST(CFileSec, RefusesAnElementOfAnotherName)
 {
     EXPECT_EQ(parseResult("<FILES name='N'/>"), 0);

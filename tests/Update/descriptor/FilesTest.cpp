@@ -52,6 +52,28 @@ TEST(CFiles, KeepsANodeOfThatNameThatIsNoElementAsAFileWithoutName)
     EXPECT_TRUE(files.items()[0]->actions().empty());
 }
 
+TEST(CFiles, KeepsATextOfThatNameAsAFileWithoutName)
+{
+    EXPECT_EQ(names(parsed("FILE<FILE name='1'/> FILE ")), (Names {u"", u"1"}));
+    EXPECT_EQ(names(parsed("<![CDATA[file]]><?FILE x?>")), (Names {u"", u""}));
+}
+
+TEST(CFiles, DropsAFileWhoseActionCannotBeReadAndGoesOn)
+{
+    const std::string tooLong
+        = "<action type='unzip'><location>/" + std::string(1023, 'x') + "</location></action>";
+    EXPECT_EQ(names(parsed("<FILE name='1'>" + tooLong + "</FILE><FILE name='2'/>")), (Names {u"2"}));
+}
+
+TEST(CFiles, AddsABlockToWhatIsThere)
+{
+    CFiles files = parsed("<FILE name='1'/>");
+    const CConstants constants;
+    EXPECT_EQ(
+        files.ParseFiles(ParsedTree("<FILES><FILE name='2'/></FILES>").root(), &constants, 0, nullptr), 1);
+    EXPECT_EQ(names(files), (Names {u"1", u"2"}));
+}
+
 TEST(CFiles, GivesEveryFileOwnerCodeAndSite)
 {
     const CFiles files

@@ -77,6 +77,37 @@ TEST(CreateFixedDir, FollowsNoSymbolicLink)
     EXPECT_TRUE(fs::is_empty(elsewhere));
 }
 
+TEST(CreateFixedDir, MakesNothingAtTheEndOfALink)
+{
+    const Suite suite;
+    fs::create_directories(suite.home().cache());
+    fs::create_symlink(suite.home().folder().at("nowhere"), suite.workFolder());
+    EXPECT_EQ(created(nullptr, 0), u""sv);
+    CXMLInterpret interpreter(nullptr);
+    EXPECT_FALSE(interpreter.InitFixedConst(u"/A"));
+    EXPECT_FALSE(interpreter.RealCreateDir());
+    EXPECT_FALSE(fs::exists(suite.home().folder().at("nowhere")));
+    EXPECT_TRUE(fs::is_symlink(suite.workFolder()));
+}
+
+TEST(CreateFixedDir, RefusesALinkInPlaceOfTheSubFolder)
+{
+    const Suite suite;
+    (void)created(nullptr, 0); // makes the work folder
+    fs::create_directory_symlink(suite.home().folder().makeFolder("elsewhere"), suite.workFolder() / "sub");
+    EXPECT_EQ(created(u"sub", 0), u""sv);
+}
+
+TEST(InitFixedConst, FailsAndLeavesAFileInPlaceOfTheWorkFolder)
+{
+    const Suite suite;
+    const fs::path file = suite.home().folder().write("cache/VelmoraTandemUpdater", "x");
+    CXMLInterpret interpreter(nullptr);
+    EXPECT_FALSE(interpreter.InitFixedConst(nullptr));
+    EXPECT_FALSE(interpreter.RealCreateDir());
+    EXPECT_EQ(readWholeFile(file), "x");
+}
+
 TEST(InitFixedConst, AddsTheFixedConstantsInOrder)
 {
     const Suite suite;

@@ -153,6 +153,27 @@ TEST(CGeneral, TakesTheStringOfItsOneChildWhateverThatIs)
     EXPECT_EQ(parsed("<TYPE><![CDATA[a]]><![CDATA[pp]]></TYPE>").descriptorType, 0);
 }
 
+TEST(CGeneral, TakesTheTargetOfAnInstruction)
+{
+    EXPECT_EQ(parsed("<TYPE><?app and more?></TYPE>").descriptorType, 3);
+}
+
+TEST(CGeneral, CountsABlankAndATextAsOneNodeButACommentAsAnother)
+{
+    EXPECT_EQ(parsed("<TYPE>\n<!--app-->\n</TYPE>").descriptorType, 3);
+    EXPECT_EQ(parsed("<TYPE>app<![CDATA[]]></TYPE>").descriptorType, 0);
+    EXPECT_EQ(parsed("<VERSION>1&#46;2</VERSION>").version, (Version {1, 2, 0, 0}));
+    EXPECT_EQ(parsed("<VERSION> 1.2 </VERSION>").version, (Version {1, 2, 0, 0}));
+}
+
+TEST(CGeneral, IgnoresKeysThatAreNoElementsOrLieDeeper)
+{
+    EXPECT_EQ(parsed("<!--TYPE-->TYPE<![CDATA[TYPE]]><?TYPE app?>").descriptorType, 0);
+    EXPECT_EQ(parsed("<OTHER><TYPE>app</TYPE></OTHER>").descriptorType, 0);
+    EXPECT_EQ(parsed("<TYPE xmlns=''>app</TYPE>").descriptorType, 0);
+    EXPECT_EQ(parsed("<x:TYPE>app</x:TYPE>").descriptorType, 0);
+}
+
 TEST(CGeneral, TrimsNoValue)
 {
     EXPECT_EQ(typeOf(" app "), 0);

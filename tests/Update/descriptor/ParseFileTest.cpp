@@ -157,6 +157,43 @@ TEST(ParseFile, PassesOverOtherBlocks)
     EXPECT_EQ(namesOf(*interpreter), (Names {"Top"}));
 }
 
+TEST(ParseFile, FindsNothingInNodesThatOnlyHaveABlocksName)
+{
+    const Suite suite;
+    std::string nodes;
+    for (const char* name : {"CONSTANTS", "GENERAL", "DEPENDENCIES", "FILES", "SECTIONS"}) {
+        const std::string block(name);
+        nodes += "<!--" + block + "--><?" + block + " x?><![CDATA[" + block + "]]><" + block + "/>" + block;
+    }
+    const auto interpreter = suite.parsed(DescriptorBuilder().raw(nodes).file(fileNamed("Top")));
+    EXPECT_EQ(interpreter->status(), 1);
+    EXPECT_EQ(namesOf(*interpreter), (Names {"Top"}));
+}
+
+TEST(ParseFile, ReadsTheBlocksOfTheRootOnly)
+{
+    const Suite suite;
+    expectRejected(suite, "<UPDATEINFO>" + withRoot("UPDATEINFO") + "</UPDATEINFO>");
+    expectRejected(suite, "<UPDATEINFO/>");
+}
+
+TEST(ParseFile, RejectsADocumentWithAnAttributeGivenTwice)
+{
+    const Suite suite;
+    expectRejected(suite,
+        "<UPDATEINFO><FILES><FILE name='Top' check='version' version='1' version='2'/></FILES></UPDATEINFO>");
+}
+
+TEST(ParseFile, EmptiesTheWorkFolderBeforeItLooksForTheRoot)
+{
+    const Suite suite;
+    std::filesystem::create_directories(suite.workFolder());
+    expectRejected(suite, "no XML");
+    EXPECT_TRUE(std::filesystem::exists(suite.workFolder())) << "what does not parse is not interpreted";
+    expectRejected(suite, withRoot("UPDATE"));
+    EXPECT_FALSE(std::filesystem::exists(suite.workFolder()));
+}
+
 TEST(ParseFile, IgnoresTheCaseOfBlockNames)
 {
     const Suite suite;

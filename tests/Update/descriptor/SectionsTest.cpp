@@ -88,6 +88,34 @@ TEST(CSect, KeepsTheDefaultNumbersForMissingAttributes)
     EXPECT_EQ(sect.size, 0);
 }
 
+TEST(CSect, ReadsNumbersByTheirLeadingDigits)
+{
+    EXPECT_EQ(parsed("<SECTION section='' size=''/>").sectionId, 0);
+    EXPECT_EQ(parsed("<SECTION section='none'/>").sectionId, 0);
+    EXPECT_EQ(parsed("<SECTION section=' -12x'/>").sectionId, -12);
+    EXPECT_EQ(parsed("<SECTION size='0x10'/>").size, 0);
+    EXPECT_EQ(parsed("<SECTION size='+7'/>").size, 7);
+    EXPECT_EQ(parsed("<SECTION size='4294967296'/>").size, 2'147'483'647);
+}
+
+TEST(CSect, ReadsOverWhatItHeldBefore)
+{
+    CSect sect;
+    const CConstants constants;
+    EXPECT_EQ(sect.Parse(ParsedTree("<SECTION name='N' link='L' site='S' url='U' description='D' "
+                                    "location='/P' version='3'/>")
+                             .root(),
+                  &constants),
+        1);
+    EXPECT_EQ(sect.Parse(ParsedTree("<SECTION section='1'/>").root(), &constants), 1);
+    EXPECT_EQ(sect.name, u""sv);
+    EXPECT_EQ(sect.link, u""sv);
+    EXPECT_EQ(sect.site, u""sv);
+    EXPECT_EQ(sect.url, u""sv);
+    EXPECT_EQ(sect.description, u""sv);
+    EXPECT_EQ(sect.location, u""sv);
+}
+
 TEST(CSect, SubstitutesLinkAndLocationOnly)
 {
     const CSect sect

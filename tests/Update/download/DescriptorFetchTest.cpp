@@ -74,6 +74,31 @@ TEST_F(DescriptorFetch, SameURLIsNotFetchedAgainEvenWhenTheFileIsGone)
     EXPECT_EQ(fetchedDescriptorURLs().size(), 1u);
 }
 
+TEST_F(DescriptorFetch, CopyIsTheLastOneOfThatNameWhereverItCameFrom)
+{
+    ScopedServer server;
+    server.on("/one/a.xml", answer::ok("first"));
+    server.on("/two/a.xml", answer::ok("second"));
+    server.expect("/one/a.xml", 1);
+    ASSERT_EQ(fetch(server.wideUrl("/one/"), u"a.xml"), 0);
+    ASSERT_EQ(fetch(server.wideUrl("/two/"), u"a.xml"), 0);
+    EXPECT_EQ(fetch(server.wideUrl("/one/"), u"a.xml"), 0);
+    EXPECT_EQ(readWholeFile(local("a.xml")), "second");
+}
+
+TEST_F(DescriptorFetch, AnswerBehindARedirectCounts)
+{
+    ScopedServer server;
+    server.on("/a.xml", answer::redirect(302, "/b.xml"));
+    server.on("/b.xml", answer::ok("moved"));
+    server.on("/c.xml", answer::redirect(301, "/none.xml"));
+    server.on("/none.xml", answer::status(404));
+    EXPECT_EQ(fetch(server.wideUrl("/"), u"a.xml"), 0);
+    EXPECT_EQ(readWholeFile(local("a.xml")), "moved");
+    EXPECT_EQ(fetchedDescriptorURLs().back(), server.wideUrl("/a.xml"));
+    EXPECT_EQ(fetch(server.wideUrl("/"), u"c.xml"), -43);
+}
+
 TEST_F(DescriptorFetch, URLsAreComparedByCase)
 {
     ScopedServer server;
@@ -87,7 +112,7 @@ TEST_F(DescriptorFetch, URLsAreComparedByCase)
 
 TEST_F(DescriptorFetch, AnswerOtherThan200GivesMinus43AndLeavesNoFile)
 {
-    for (const int status : {204, 403, 404, 500}) {
+    for (const int status : {201, 203, 204, 206, 300, 400, 403, 404, 410, 500, 503}) {
         ScopedServer server;
         server.on("/a.xml",
             status == 204 ? ServerScript().send(answer::head(204, {})) : answer::status(status, "<html/>"));
