@@ -10,21 +10,8 @@
 #include "Update/download/DescriptorFetch.h"
 
 #include <cstring>
-
-namespace {
-
-/// The path of a product's bundle; empty when it has none or the path does not fit or convert.
-WideText bundlePath(CPListParse& product)
-{
-    UInt8 path[1024] = {};
-    if (!product.bundleURL() || !CFURLGetFileSystemRepresentation(product.bundleURL(), 1, path, sizeof path))
-        return {};
-    std::u16string wide;
-    (void)wideFromPath(reinterpret_cast<const char*>(path), wide); // leaves it empty on failure
-    return WideText(wide);
-}
-
-} // namespace
+#include <string>
+#include <utility>
 
 CXMLInterpret* interpreterOf(const CPListParse* product)
 {
@@ -68,10 +55,9 @@ void CUpdateInter::noteProductBundles()
 {
     m_productBundles.clear();
     for (CPListParse* product = m_collection->GetIni(0); product; product = m_collection->NextIni()) {
-        UInt8 path[1024] = {};
-        if (product->bundleURL()
-            && CFURLGetFileSystemRepresentation(product->bundleURL(), 1, path, sizeof path))
-            m_productBundles.emplace_back(reinterpret_cast<const char*>(path));
+        std::string path = product->bundlePath();
+        if (!path.empty())
+            m_productBundles.push_back(std::move(path));
     }
 }
 
@@ -115,7 +101,8 @@ std::unique_ptr<CXMLInterpret> CUpdateInter::CreateNeedUpdateXMLParse(
     if (!file)
         return nullptr;
     const WideText base = product.downloadBase();
-    const WideText bundle = bundlePath(product);
+    std::u16string bundle;
+    (void)wideFromPath(product.bundlePath(), bundle); // leaves it empty on failure
     result = 0;
     auto interpreter = std::make_unique<CXMLInterpret>(file.get());
     const bool hasUpdates = interpreter->ParseFile(

@@ -4,6 +4,8 @@
 #include "Update/HostMessages.h"
 #include "Update/descriptor/XMLInterpret.h"
 
+#include <string>
+
 namespace {
 
 constexpr char kQuitText[] = "QUIT";
@@ -33,13 +35,11 @@ void CUpdateInter::InstallSuccess()
 /// Ends the host's event loop and asks it to start again, when the host product itself was updated.
 bool CUpdateInter::relaunchHost(CPListParse* first)
 {
-    UInt8 path[1024] = {};
-    if (!first || !first->isHostProduct() || !first->bundleURL()
-        || !CFURLGetFileSystemRepresentation(first->bundleURL(), 1, path, sizeof path))
+    const std::string path = first && first->isHostProduct() ? first->bundlePath() : std::string();
+    if (path.empty())
         return false;
     QuitApplicationEventLoop();
-    (void)CommunicationWithApp(
-        kRelaunchMessage, reinterpret_cast<const char*>(path)); // no answer is waited for
+    (void)CommunicationWithApp(kRelaunchMessage, path.c_str()); // no answer is waited for
     return true;
 }
 

@@ -58,6 +58,17 @@ int CPListParse::SetUserData(const void* data, int size)
     return 1;
 }
 
+std::string CPListParse::bundlePath() const
+{
+    std::string path(kMaxPathBytes + 1, '\0');
+    if (!m_bundleURL
+        || !CFURLGetFileSystemRepresentation(
+            m_bundleURL, true, reinterpret_cast<UInt8*>(path.data()), static_cast<CFIndex>(path.size())))
+        return {};
+    path.resize(path.find('\0'));
+    return path;
+}
+
 bool CPListParse::isHostProduct() const
 {
     return equalIgnoringCase(m_productName, kHostProductName);

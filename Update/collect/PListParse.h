@@ -7,6 +7,7 @@
 #include "Platform/Support/UniText.h"
 
 #include <functional>
+#include <string>
 
 /// The name of the host product, whatever its bundle is called.
 inline constexpr std::u16string_view kHostProductName = u"Velmora Tandem";
@@ -40,6 +41,9 @@ public:
 
     /// Null before Parse; kept by the record.
     CFURLRef bundleURL() const { return m_bundleURL; }
+    /// The path of that bundle's folder, in the file system's bytes; empty without a bundle, and for a path
+    /// of more than 1023 bytes.
+    std::string bundlePath() const;
     const WideText& site() const { return m_site; }
     const WideText& url() const { return m_url; }
     const VersionText& version() const { return m_version; }

@@ -101,7 +101,6 @@ private:
     void takeOverFiles(CXMLInterpret& child);
     bool isBelowCommonDescriptor() const;
     CXMLInterpret& topOfChain();
-    const CXMLInterpret& topOfChain() const { return const_cast<CXMLInterpret*>(this)->topOfChain(); }
 
     CLumStringW m_tempDir;
     CLumStringW m_tempSubFolder; ///< where in the work folder everything goes; a child has its parent's

@@ -109,12 +109,14 @@ SInt32 CXMLInterpret::DownloadAndGatherUpdate(CPListParse* plist, const SInt32* 
 bool CXMLInterpret::mayFollow(const FSRef* bundle) const
 {
     int levels = 0;
+    const CXMLInterpret* top = this;
     for (const CXMLInterpret* level = this; level; level = level->m_parent) {
         ++levels;
+        top = level;
         if (bundle && level->m_bundle && FSCompareFSRefs(bundle, &*level->m_bundle) == noErr)
             return false;
     }
-    return levels < kMaxChainLevels && topOfChain().m_followedBytes < kMaxFollowedBytes
+    return levels < kMaxChainLevels && top->m_followedBytes < kMaxFollowedBytes
         && m_files.items().size() < kMaxGatheredFiles;
 }
 
@@ -124,11 +126,8 @@ CLumStringW CXMLInterpret::bundlePathOf(const CPListParse& plist) const
 {
     if (!plist.bundleURL())
         return m_constants.mappedPath(u"%app%");
-    std::string bytes(kMaxPathBytes + 1, '\0');
     std::u16string path;
-    if (CFURLGetFileSystemRepresentation(plist.bundleURL(), true, reinterpret_cast<UInt8*>(bytes.data()),
-            static_cast<CFIndex>(bytes.size())))
-        (void)wideFromPath(bytes.c_str(), path); // leaves it empty on failure
+    (void)wideFromPath(plist.bundlePath(), path); // leaves it empty on failure
     return CLumStringW(path);
 }
 

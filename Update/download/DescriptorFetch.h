@@ -11,8 +11,8 @@
 std::vector<CLumStringW>& fetchedDescriptorURLs();
 
 /// The place of a descriptor in the descriptor folder. The caller releases it with Lum0FSRRelease. Null when
-/// `fileName` is null or holds a
-/// "/" (a product's name is data), when the folder cannot be made, and when the path is too long.
+/// `fileName` is null or holds a "/" (a product's name is data), when the folder cannot be made, and when the
+/// path is too long.
 OpacLumFSRef* CreateXMLFileRef(const UniChar* fileName);
 
 /// Fetches `baseUrl` immediately followed by `fileName` to that place; a URL that was fetched before is not

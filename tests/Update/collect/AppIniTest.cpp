@@ -40,6 +40,13 @@ TEST_F(CAppIniTest, IsOfKindThree)
     EXPECT_EQ(m_record.kind(), 3);
 }
 
+TEST_F(CAppIniTest, NamesItsBundlesFolder)
+{
+    EXPECT_EQ(m_record.bundlePath(), "");
+    ASSERT_EQ(m_record.Parse(folderURL(BundleBuilder().build(m_folder, "\xC3\xA4 100%.app"))), 1);
+    EXPECT_EQ(m_record.bundlePath(), m_folder.at("\xC3\xA4 100%.app").string());
+}
+
 TEST_F(CAppIniTest, ReadsEveryKey)
 {
     ASSERT_EQ(parse(BundleBuilder()
