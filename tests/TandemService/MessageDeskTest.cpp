@@ -19,6 +19,24 @@ Result callSlot(void* object, int slot, Arguments... arguments)
     return reinterpret_cast<Operation>(table[slot])(object, arguments...);
 }
 
+/// Notes which of its operations was called, and with what.
+struct NotingProvider final : IMsgProviderPlugin {
+    SInt32 GenerateMsg(IUserMsgPool* pool) override { return note("GenerateMsg", pool, 10); }
+    SInt32 CanShowNow(IUserMsg* msg) override { return note("CanShowNow", msg, 11); }
+    SInt32 ProcessMsg(IUserMsg* msg) override { return note("ProcessMsg", msg, 12); }
+    SInt32 CancelProcessMsg(IUserMsg* msg) override { return note("CancelProcessMsg", msg, 13); }
+
+    SInt32 note(const char* operation, const void* given, SInt32 result)
+    {
+        called = operation;
+        argument = given;
+        return result;
+    }
+
+    std::string called;
+    const void* argument = nullptr;
+};
+
 /// The fake provider, loaded into this process.
 struct LoadedDesk {
     LoadedDesk()
@@ -91,6 +109,25 @@ TEST(MessageContainers, HaveTheirSlotsInTheDocumentedOrder)
     const CFBundleRef bundle = nullptr;
     const CFStringRef text = nullptr;
     EXPECT_EQ(callSlot<CFURLRef>(seen, 3, bundle, text, text), nullptr);
+}
+
+TEST(MessageProviders, HaveTheirSlotsInTheDocumentedOrder)
+{
+    NotingProvider provider;
+    IMsgProviderPlugin* const seen = &provider;
+    MessagePool pool;
+    UserMessage message(u"Update.bundle", u"text");
+    IUserMsgPool* const givenPool = &pool;
+    IUserMsg* const givenMessage = &message;
+    EXPECT_EQ(callSlot<SInt32>(seen, 0, givenPool), 10);
+    EXPECT_EQ(provider.called, "GenerateMsg");
+    EXPECT_EQ(provider.argument, givenPool);
+    const char* const operations[] = {"CanShowNow", "ProcessMsg", "CancelProcessMsg"};
+    for (int slot = 1; slot <= 3; ++slot) {
+        EXPECT_EQ(callSlot<SInt32>(seen, slot, givenMessage), 10 + slot);
+        EXPECT_EQ(provider.called, operations[slot - 1]);
+        EXPECT_EQ(provider.argument, givenMessage);
+    }
 }
 
 TEST(MessageContainers, PoolAndMessageHaveTheirFirstSlots)

@@ -6,7 +6,33 @@
 
 #include <QScreen>
 
+#include <cstdlib>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+
+namespace {
+
+/// What the last window was made with.
+struct {
+    WindowDefProcPtr proc = nullptr;
+    WindowClass windowClass = 0;
+    WindowAttributes attributes = 0;
+    Rect bounds {};
+} g_made;
+
+} // namespace
+
+// The program's own definition stands before the platform library's.
+OSStatus CreateCustomWindow(const WindowDefSpec* def, WindowClass windowClass, WindowAttributes attributes,
+    const Rect* bounds, WindowRef* window)
+{
+    static auto* const own = reinterpret_cast<decltype(&CreateCustomWindow)>(
+        dlsym(RTLD_NEXT, "_Z18CreateCustomWindowPK13WindowDefSpecjjPK4RectPP15OpaqueWindowPtr"));
+    if (!own)
+        std::abort(); // the platform's declaration was changed: change the symbol with it
+    g_made = {def->defProc, windowClass, attributes, *bounds};
+    return own(def, windowClass, attributes, bounds, window);
+}
 
 namespace {
 
@@ -116,6 +142,28 @@ TEST(PLumenWind, IsModalOnlyWhenAsked)
     CountingWind modal;
     modal.Show(u"Au_processing.aui", &scene.files, true);
     EXPECT_EQ(windows::only()->windowModality(), Qt::ApplicationModal);
+}
+
+TEST(PLumenWind, IsCompositedFromSystem103On)
+{
+    constexpr WindowAttributes kComposited = 1U << 19;
+    constexpr WindowAttributes kStandardHandler = 1U << 25;
+    for (const SInt32 version : {0x1029, 0x1030, 0x1040}) {
+        CountingWind wind;
+        PLumenWind::sysVer = version;
+        wind.Show(u"", nullptr, false);
+        EXPECT_EQ(g_made.attributes, kStandardHandler | (version >= 0x1030 ? kComposited : 0)) << version;
+    }
+    PLumenWind::sysVer = 0;
+}
+
+TEST(PLumenWind, IsMadeWithItsProcedureAndItsFirstBounds)
+{
+    CountingWind wind;
+    wind.Show(u"", nullptr, false);
+    EXPECT_EQ(g_made.proc, &MyWindowDef);
+    const Rect expected {100, 100, 200, 200}; // top, left, bottom, right
+    EXPECT_TRUE(g_made.bounds == expected);
 }
 
 TEST(PLumenWind, DisposeClosesAndMayBeRepeated)
