@@ -1,5 +1,6 @@
 #include "TandemService/AnswerOutput.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <string>
 #include <fcntl.h>
@@ -26,6 +27,8 @@ void AnswerOutput::print(std::string_view line) const
     const int fd = m_standardOutput ? m_standardOutput.get() : STDOUT_FILENO;
     for (std::size_t written = 0; written < text.size();) {
         const ssize_t count = ::write(fd, text.data() + written, text.size() - written);
+        if (count < 0 && errno == EINTR)
+            continue;
         if (count <= 0)
             return;
         written += static_cast<std::size_t>(count);

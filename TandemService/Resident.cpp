@@ -41,8 +41,7 @@ ExitStatus Resident::run()
 {
     if (!start())
         return ExitStatus::couldNotRun;
-    m_sign = std::make_unique<MessageSign>(MessageSign::Actions {
-        .open = [this] { open(); }, .check = [this] { check(Manner::aloud); }, .quit = [this] { stop(); }});
+    makeSign();
     if (!m_options.pictures.empty())
         m_watcher = std::make_unique<WindowWatcher>(m_options.pictures, [](QWidget&, WindowKind) {});
     QApplication::setQuitOnLastWindowClosed(false);
@@ -54,6 +53,14 @@ ExitStatus Resident::run()
         (void)CFRunLoopRunInMode(
             kCFRunLoopDefaultMode, kRelaunchSliceSeconds, true); // the program says whether it came
     return ExitStatus::done;
+}
+
+/// Waits for the session bus, which may never answer.
+void Resident::makeSign()
+{
+    const InterruptibleWork connecting(ExitStatus::done);
+    m_sign = std::make_unique<MessageSign>(MessageSign::Actions {
+        .open = [this] { open(); }, .check = [this] { check(Manner::aloud); }, .quit = [this] { stop(); }});
 }
 
 bool Resident::start()

@@ -27,6 +27,7 @@ public:
 
 private:
     bool start();
+    void makeSign();
     using Manner = MessageSign::Manner;
 
     void check(Manner manner);

@@ -3,12 +3,16 @@
 #include "tests/TandemService/FakeDesktop.h"
 #include "tests/TandemService/HostBundle.h"
 
+#include <algorithm>
+
 #include <fcntl.h>
 #include <gio/gio.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/file.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 
 namespace fs = std::filesystem;
 
@@ -68,6 +72,24 @@ TEST(ResidentHost, OpensItsMessageWhenTheUserClicksItAndChecksAgainAfterwards)
     EXPECT_EQ(host.log().find("process"), host.log().rfind("process"));
     EXPECT_EQ(desktop.calls.size(), 2U) << "what was declined is not advertised again";
     EXPECT_EQ(desktop.calls.back(), "close 7");
+    host.signal(SIGTERM);
+    EXPECT_EQ(host.wait(), 0);
+}
+
+TEST(ResidentHost, EndsOnASignalWhileItsSessionBusIsSilent)
+{
+    HostBundle host;
+    const std::string address = host.home().folder().at("bus").string();
+    const Descriptor silent(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un place = {.sun_family = AF_UNIX, .sun_path = {}};
+    ASSERT_LT(address.size(), sizeof place.sun_path);
+    std::copy(address.begin(), address.end(), place.sun_path);
+    ASSERT_EQ(bind(silent.get(), reinterpret_cast<const sockaddr*>(&place), sizeof place), 0);
+    ASSERT_EQ(listen(silent.get(), 5), 0);
+    host.set("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + address);
+    host.start({});
+    const Descriptor asked(accept4(silent.get(), nullptr, nullptr, SOCK_CLOEXEC)); // it never hears a word
+    ASSERT_TRUE(asked);
     host.signal(SIGTERM);
     EXPECT_EQ(host.wait(), 0);
 }
