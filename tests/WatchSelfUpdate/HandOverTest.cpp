@@ -18,6 +18,7 @@
 
 namespace fs = std::filesystem;
 using std::chrono::milliseconds;
+using std::chrono::steady_clock;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -216,8 +217,9 @@ TEST(HandOver, LosesNothingButItselfWhenItIsKilledMidway)
     RunningProgram program({stage.runFile()}, stage.user());
     stage.writeOwned(stage.marker(), stage.markerBytes());
     RunningProgram tool({stage.tool().path()}, stage.user());
-    while (fs::exists(stage.marker()))
-        std::this_thread::yield(); // it waits for the program from now on
+    const auto limit = steady_clock::now() + std::chrono::seconds(20);
+    while (fs::exists(stage.marker()) && steady_clock::now() < limit)
+        std::this_thread::yield(); // once it has taken the marker it waits for the program
     tool.kill();
     program.end();
     EXPECT_EQ(stage.reports(kNothingComesMs), "");
