@@ -116,6 +116,42 @@ std::string newCpioMember(
     return bytes;
 }
 
+namespace {
+
+/// A header of 512 bytes and the content, filled up to a multiple of that.
+std::string tarBlocks(char type, const std::string& path, const std::string& link, const std::string& content)
+{
+    std::string header(512, '\0');
+    const auto put
+        = [&header](std::size_t at, const std::string& text) { header.replace(at, text.size(), text); };
+    char size[12];
+    (void)std::snprintf(size, sizeof size, "%011zo", content.size()); // always eleven
+    put(0, path);
+    put(100, "0000644");
+    put(108, "0000000");
+    put(116, "0000000");
+    put(124, size);
+    put(136, "00000000000");
+    put(148, "        ");
+    header[156] = type;
+    put(157, link);
+    put(257, std::string("ustar\00000", 8));
+    unsigned sum = 0;
+    for (const char byte : header)
+        sum += static_cast<unsigned char>(byte);
+    char checksum[8];
+    (void)std::snprintf(checksum, sizeof checksum, "%06o", sum); // always six
+    put(148, std::string(checksum, 7));
+    return header + content + std::string((512 - content.size() % 512) % 512, '\0');
+}
+
+} // namespace
+
+std::string paxMember(char type, const std::string& path, const std::string& link, const std::string& content)
+{
+    return tarBlocks('x', "pax", "", "11 mtime=1\n") + tarBlocks(type, path, link, content);
+}
+
 PackageBuilder& PackageBuilder::file(const std::string& path, const std::string& content, mode_t mode)
 {
     m_members.push_back({.path = path, .type = S_IFREG, .content = content, .mode = mode, .link = {}});

@@ -31,6 +31,11 @@ std::string gzip(std::string_view bytes);
 std::string newCpioMember(
     unsigned number, unsigned mode, unsigned links, const std::string& path, const std::string& content);
 
+/// One member of a tar archive in the pax form, byte by byte; `type` is the header's type flag. Two thousand
+/// zero bytes end the archive.
+std::string paxMember(
+    char type, const std::string& path, const std::string& link, const std::string& content);
+
 /// Collects members in order; writes what it is given without looking at it.
 class PackageBuilder {
 public:

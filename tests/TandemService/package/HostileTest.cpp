@@ -239,6 +239,26 @@ TEST_F(Damage, ArchiveWithoutItsEndIsRefused)
     EXPECT_EQ(snapshot(m_target), m_before);
 }
 
+TEST_F(Damage, HardLinkWithContentsThroughALinkLeavesWhatItNamesAsItIs)
+{
+    const fs::path victim = m_scratch.write("outside/victim", "mine");
+    ASSERT_EQ(chmod(victim.c_str(), 0444), 0);
+    const auto package = [&](const std::string& way) {
+        return packages::writeBundleAround(m_scratch.at("X.pkg"),
+            packages::gzip(packages::paxMember('5', "d", "", "")
+                + packages::paxMember('2', "d/l", victim.parent_path().string(), "")
+                + packages::paxMember('0', "d/victim", "", "before")
+                + packages::paxMember('1', "h", way + "/victim", "after") + std::string(2000, '\0')));
+    };
+    EXPECT_EQ(install(package("d/l")), InstallError::packageUnsafe);
+    EXPECT_EQ(readWholeFile(victim), "mine");
+    struct stat status = {};
+    ASSERT_EQ(stat(victim.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode, S_IFREG | 0444U);
+    EXPECT_EQ(install(package("d")), InstallError::none) << "the same without the link is sound";
+    EXPECT_EQ(readWholeFile(m_target / "d/victim"), "after");
+}
+
 TEST_F(Damage, OtherThingsThanPackagesAreRefused)
 {
     EXPECT_EQ(install(m_scratch.at("missing.pkg")), InstallError::packageMissing);

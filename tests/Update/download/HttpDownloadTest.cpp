@@ -356,7 +356,7 @@ TEST_P(CHttpDownloadTest, BodiesComeInEveryFraming)
             "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nhello"));
     server.on("/trailers",
         ServerScript().send("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\nTrailer: X\r\n\r\n"
-                            "5;name=value\r\nhello\r\n0\r\nX: y\r\nContent-Length: 2\r\n\r\n"));
+                            "5;name=value\r\nhello\r\n0\r\nX: y\r\nContent-Length: none\r\n\r\n"));
     server.on("/both",
         ServerScript().send("HTTP/1.1 200 OK\r\nContent-Length: 2\r\nTransfer-Encoding: chunked\r\n\r\n"
                             "5\r\nhello\r\n0\r\n\r\n"));
