@@ -1,4 +1,4 @@
-// A notification on the desktop (freedesktop.org Desktop Notifications 1.2), where there is no tray.
+// A notification on the desktop (freedesktop.org Desktop Notifications 1.2).
 #pragma once
 
 #include <functional>

@@ -16,7 +16,7 @@ constexpr const char* kTitle = "Velmora Tandem";
 
 MessageSign::MessageSign(Actions actions)
     : m_actions(std::move(actions))
-    , m_notification([this] { m_actions.open(); }, [this] { print(); })
+    , m_notification([this] { m_actions.open(); }, [this] { tellWithoutNotification(); })
 {
     if (QSystemTrayIcon::isSystemTrayAvailable())
         makeTray();
@@ -46,25 +46,26 @@ void MessageSign::makeTray()
 
 void MessageSign::show(const std::u16string& text, Manner manner)
 {
+    m_text = text;
     if (m_tray) {
-        const QString line = QString::fromStdU16String(text);
         m_openAction->setEnabled(true);
-        m_tray->setToolTip(line);
-        if (manner == Manner::aloud)
-            m_tray->showMessage(QLatin1String(kTitle), line, QSystemTrayIcon::Information);
-        return;
+        m_tray->setToolTip(QString::fromStdU16String(text));
     }
     if (manner == Manner::quiet)
         return;
-    m_text = text;
     if (m_notification.available())
         m_notification.show(kTitle, utf8FromWide(text));
     else
-        print();
+        tellWithoutNotification();
 }
 
-void MessageSign::print() const
+void MessageSign::tellWithoutNotification()
 {
+    if (m_tray) {
+        m_tray->showMessage(
+            QLatin1String(kTitle), QString::fromStdU16String(m_text), QSystemTrayIcon::Information);
+        return;
+    }
     std::printf("%s\nOpen it with TandemService --update.\n", printableLine(m_text).c_str());
     (void)std::fflush(stdout); // where standard output is closed there is nobody to tell
 }

@@ -1,5 +1,5 @@
-// How a resident host tells the user that there is a message: an icon in the tray, or a notification on the
-// desktop.
+// How a resident host tells the user that there is a message: a notification on the desktop, and an icon
+// where there is a tray.
 #pragma once
 
 #include "TandemService/DesktopNotification.h"
@@ -24,17 +24,17 @@ public:
 
     explicit MessageSign(Actions actions);
 
-    /// Shows that there is a message. Where there is neither tray nor notifications, its text is printed,
-    /// with the way to open it.
+    /// Shows that there is a message. Without a notification service the tray's own balloon tells it; where
+    /// there is no tray either, its text is printed, with the way to open it.
     void show(const std::u16string& text, Manner manner);
     void hide();
 
 private:
     void makeTray();
-    void print() const;
+    void tellWithoutNotification();
 
     Actions m_actions;
-    std::u16string m_text; ///< of the notification
+    std::u16string m_text; ///< of the message that is shown
     DesktopNotification m_notification;
     QMenu m_menu;
     std::unique_ptr<QSystemTrayIcon> m_tray;
