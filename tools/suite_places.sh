@@ -5,7 +5,9 @@ service="$root/Library/Application Support/Velmora/Tandem Service"
 programs="$service/TandemService.app/Contents/Linux"
 installer="$root/usr/sbin/installer"
 starter_folder="$root/usr/libexec/velmora-tandem"
-policy="$root/usr/share/polkit-1/actions/com.velmora.tandem.selfrepair.policy"
+# What the user is asked for administrator's rights: for the starter, and for the installer.
+starter_policy="$root/usr/share/polkit-1/actions/com.velmora.tandem.selfrepair.policy"
+installer_policy="$root/usr/share/polkit-1/actions/com.velmora.tandem.install.policy"
 entries=("$root/usr/share/applications/com.velmora.Daemon.desktop" "$root/etc/xdg/autostart/com.velmora.Daemon.desktop")
 
 as_root()

@@ -23,6 +23,8 @@ NEEDED = ("/usr/bin/unshare", "/usr/bin/setpriv", "/usr/bin/mount", "/usr/bin/db
 
 ACTION = "com.velmora.tandem.selfrepair"
 MESSAGE = ("Your Velmora products are about to be updated. Authentication is required to prepare the update helper.")
+INSTALLER_MESSAGE = ("An update of a Velmora product is ready. Authentication is required to install it for all users "
+                     "of this machine.")
 APP = "/Library/Application Support/Velmora/Tandem Service/TandemService.app/Contents"
 BUNDLE = APP + "/PlugIns/Update.bundle"
 STARTER = "/usr/libexec/velmora-tandem/SelfRepairStarter"

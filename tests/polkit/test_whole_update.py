@@ -12,7 +12,7 @@ import scratch_machine
 import suite_machine
 from agents import TextAgent, WaitingProgram
 from scratch_machine import LIMIT_SECONDS, PASSWORD, USERS, processes_of, wait_until
-from suite_machine import APP, BUNDLE, MESSAGE, REPAIR, ROOT, VARIABLES, OnTheMachine
+from suite_machine import APP, BUNDLE, INSTALLER_MESSAGE, MESSAGE, REPAIR, ROOT, VARIABLES, OnTheMachine
 
 
 class WholeUpdate(OnTheMachine):
@@ -76,7 +76,7 @@ class WholeUpdate(OnTheMachine):
         self.expect_not_repaired("asked")
 
     def test_a_service_that_is_told_to_end_withdraws_its_installers_question(self):
-        self.assertIn("/usr/sbin/installer", self.end_at_question(answered=1))
+        self.assertIn(INSTALLER_MESSAGE, self.end_at_question(answered=1))
         self.expect_repaired("asked")
 
     def test_updates_what_root_alone_may_change(self):

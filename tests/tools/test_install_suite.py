@@ -13,6 +13,7 @@ BUILD = sys.argv.pop()
 APP = "Library/Application Support/Velmora/Tandem Service/TandemService.app/Contents"
 STARTER = "usr/libexec/velmora-tandem/SelfRepairStarter"
 POLICY = "usr/share/polkit-1/actions/com.velmora.tandem.selfrepair.policy"
+INSTALLER_POLICY = "usr/share/polkit-1/actions/com.velmora.tandem.install.policy"
 PLACES = {
     f"{APP}/Info.plist": 0o644,
     f"{APP}/Linux/TandemService": 0o755,
@@ -21,6 +22,7 @@ PLACES = {
     f"{APP}/PlugIns/Update.bundle/Contents/Linux/WatchSelfUpdate": 0o755,
     STARTER: 0o755,
     POLICY: 0o644,
+    INSTALLER_POLICY: 0o644,
     "usr/sbin/installer": 0o755,
     "usr/share/applications/com.velmora.Daemon.desktop": 0o644,
     "etc/xdg/autostart/com.velmora.Daemon.desktop": 0o644,
@@ -110,6 +112,7 @@ class InstallAgain(unittest.TestCase):
         for _ in range(2):
             self.assertIn(f"kept   {self.installer}\n", install(self.root))
             self.assertEqual(read(self.installer), b"another one")
+            self.assertFalse(os.path.exists(os.path.join(self.root, INSTALLER_POLICY)))  # it is not spoken for
         self.assertIn(f"kept    {self.installer}\n", uninstall(self.root))
         self.assertEqual(files_below(self.root), ["usr/sbin/installer"])
 
@@ -134,7 +137,7 @@ class InstallAgain(unittest.TestCase):
     def test_uninstalls_everything_that_it_placed(self):
         install(self.root)
         output = uninstall(self.root)
-        for place in (STARTER.rsplit("/", 1)[0], POLICY, "usr/sbin/installer", APP.rsplit("/", 1)[0]):
+        for place in (STARTER.rsplit("/", 1)[0], POLICY, INSTALLER_POLICY, "usr/sbin/installer", APP.rsplit("/", 1)[0]):
             self.assertIn(f"removed {self.root}/{place}\n", output)
         self.assertEqual(files_below(self.root), [])
         self.assertFalse(os.path.exists(os.path.join(self.root, "Library/Application Support/Velmora")))
@@ -150,37 +153,45 @@ class InstallAgain(unittest.TestCase):
         self.assertEqual(files_below(self.root), sorted(others))
 
 
-class PolicyFile(unittest.TestCase):
+class PolicyFiles(unittest.TestCase):
     """What polkit ignores without a word when it is wrong."""
 
     @classmethod
     def setUpClass(cls):
-        with open(os.path.join(ROOT, "SelfRepairStarter", os.path.basename(POLICY)), encoding="utf-8") as file:
-            cls.config = ElementTree.fromstring(file.read().split("?>", 1)[1])
+        cls.actions = {}
+        for folder, place, program in (("SelfRepairStarter", POLICY, STARTER),
+                                       ("TandemService/package", INSTALLER_POLICY, "usr/sbin/installer")):
+            with open(os.path.join(ROOT, folder, os.path.basename(place)), encoding="utf-8") as file:
+                cls.actions[program] = ElementTree.fromstring(file.read().split("?>", 1)[1])
 
-    def test_has_the_structure_that_polkit_reads(self):
-        self.assertEqual(self.config.tag, "policyconfig")
-        self.assertEqual([child.tag for child in self.config], ["vendor", "action"])
-        action = self.config.find("action")
-        self.assertEqual([child.tag for child in action], ["description", "message", "defaults", "annotate"])
-        self.assertEqual([child.tag for child in action.find("defaults")],
-                         ["allow_any", "allow_inactive", "allow_active"])
+    def test_have_the_structure_that_polkit_reads(self):
+        for config in self.actions.values():
+            self.assertEqual(config.tag, "policyconfig")
+            self.assertEqual([child.tag for child in config], ["vendor", "action"])
+            action = config.find("action")
+            self.assertEqual([child.tag for child in action], ["description", "message", "defaults", "annotate"])
+            self.assertEqual([child.tag for child in action.find("defaults")],
+                             ["allow_any", "allow_inactive", "allow_active"])
 
-    def test_names_its_action_and_asks_for_an_administrator(self):
-        self.assertEqual(self.config.find("action").get("id"), "com.velmora.tandem.selfrepair")
-        self.assertEqual({child.text for child in self.config.find("action/defaults")}, {"auth_admin"})
+    def test_name_their_actions_and_ask_for_an_administrator_each_time(self):
+        self.assertEqual([config.find("action").get("id") for config in self.actions.values()],
+                         ["com.velmora.tandem.selfrepair", "com.velmora.tandem.install"])
+        for config in self.actions.values():
+            self.assertEqual({child.text for child in config.find("action/defaults")}, {"auth_admin"})
 
-    def test_is_for_the_installed_starter_alone(self):
-        annotations = self.config.findall("action/annotate")
-        self.assertEqual([one.get("key") for one in annotations], ["org.freedesktop.policykit.exec.path"])
-        self.assertEqual(annotations[0].text, "/" + STARTER)
+    def test_are_for_one_installed_program_each(self):
+        for program, config in self.actions.items():
+            annotations = config.findall("action/annotate")
+            self.assertEqual([one.get("key") for one in annotations], ["org.freedesktop.policykit.exec.path"])
+            self.assertEqual(annotations[0].text, "/" + program)
 
-    def test_has_a_message_that_names_the_product_and_no_file(self):
-        message = self.config.find("action/message").text
-        self.assertIn("Velmora", message)
-        self.assertIn("update", message)
-        self.assertNotIn("/", message)
-        self.assertNotIn("SelfRepair", message)
+    def test_have_messages_that_name_the_product_and_no_file(self):
+        for config in self.actions.values():
+            message = config.find("action/message").text
+            self.assertIn("Velmora", message)
+            self.assertIn("update", message)
+            self.assertNotIn("/", message)
+            self.assertNotIn("SelfRepair", message)
 
 
 if __name__ == "__main__":
