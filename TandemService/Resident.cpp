@@ -50,8 +50,7 @@ ExitStatus Resident::run()
         (void)QApplication::exec(); // it ends when somebody asks for it
     const auto end = std::chrono::steady_clock::now() + kRelaunchWait;
     while (!m_stopped && programToStart().empty() && std::chrono::steady_clock::now() < end)
-        (void)CFRunLoopRunInMode(
-            kCFRunLoopDefaultMode, kRelaunchSliceSeconds, true); // the program says whether it came
+        (void)CFRunLoopRunInMode(kCFRunLoopDefaultMode, kRelaunchSliceSeconds, true); // just time for it
     return ExitStatus::done;
 }
 

@@ -22,13 +22,12 @@ struct RunOutcome {
 
     void noteAlert(std::u16string_view text);
 
-    /// - A relaunch or the success text: updated.
-    /// - Any other alert: failed.
-    /// - No alert but the end was told: the user cancelled in the progress window, or, where there never was
-    /// one or there is no user, the
-    ///   first download could not start: failed.
-    /// - Nothing at all: the user declined the window's offer or refused the authorisation; without a user
-    /// whose offer was taken: the
-    ///   authorisation failed.
+    /// What was seen, the first that fits, and what it means:
+    /// - a relaunch or the success text: updated
+    /// - any other alert: failed
+    /// - the end was told after a progress window that a user could cancel: declined
+    /// - the end was told otherwise: failed, the first download could not start
+    /// - nothing, though an unattended offer was taken: failed, for want of an authorisation
+    /// - nothing: declined, the offer or the authorisation
     ExitStatus status() const;
 };

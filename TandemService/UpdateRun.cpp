@@ -148,8 +148,7 @@ void UpdateRun::waitForRelaunch()
 {
     const auto end = std::chrono::steady_clock::now() + kRelaunchWait;
     while (!m_outcome.relaunchAsked && std::chrono::steady_clock::now() < end)
-        (void)CFRunLoopRunInMode(
-            kCFRunLoopDefaultMode, kRelaunchSliceSeconds, true); // the flag says whether it came
+        (void)CFRunLoopRunInMode(kCFRunLoopDefaultMode, kRelaunchSliceSeconds, true); // just time for it
 }
 
 void UpdateRun::stop()

@@ -38,8 +38,8 @@ private:
 
     HostOptions m_options;
     std::string m_pluginFolder;
-    std::optional<AnswerOutput>
-        m_answer; ///< for a check alone; outlives the plug-in, which may print to its end
+    /// For a check alone; outlives the plug-in, which may print to its end.
+    std::optional<AnswerOutput> m_answer;
     RunOutcome m_outcome;
     HostServices m_services;
     SetupPort m_port;

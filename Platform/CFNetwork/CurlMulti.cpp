@@ -63,9 +63,9 @@ CurlMulti::~CurlMulti()
         (void)curl_multi_remove_handle(m_multi, easy); // nothing to do about a handle that is off already
         transfer->transferDone(CURLE_ABORTED_BY_CALLBACK);
     }
+    // Every transfer is off; closing idle connections cannot fail usefully.
     if (m_multi)
-        (void)curl_multi_cleanup(
-            m_multi); // every transfer is off; closing idle connections cannot fail usefully
+        (void)curl_multi_cleanup(m_multi);
 }
 
 bool CurlMulti::add(CURL* easy, CurlTransfer& transfer)
@@ -93,8 +93,7 @@ void CurlMulti::drive(int maxWaitMs)
     const int wait = m_hasDeadline ? std::min(maxWaitMs, millisecondsUntil(m_deadline)) : maxWaitMs;
     if (::poll(sockets.data(), sockets.size(), wait) > 0) {
         for (const pollfd& ready : sockets) {
-            // An error or a hang-up is found by reading or writing, together with the bytes that came before
-            // it.
+            // An error or a hang-up is found by reading or writing, with the bytes that came before it.
             const bool failed = (ready.revents & (POLLERR | POLLHUP | POLLNVAL)) != 0;
             const int events = ((ready.revents & POLLIN) || failed ? CURL_CSELECT_IN : 0)
                 | ((ready.revents & POLLOUT) || failed ? CURL_CSELECT_OUT : 0);
@@ -109,8 +108,8 @@ void CurlMulti::drive(int maxWaitMs)
 int CurlMulti::socketCallback(CURL*, curl_socket_t socket, int what, void* self, void*)
 {
     CurlMulti& multi = *static_cast<CurlMulti*>(self);
-    multi.watch(
-        socket, (what & CURL_POLL_IN) != 0, (what & CURL_POLL_OUT) != 0); // CURL_POLL_REMOVE has neither
+    // CURL_POLL_REMOVE has neither bit.
+    multi.watch(socket, (what & CURL_POLL_IN) != 0, (what & CURL_POLL_OUT) != 0);
     return 0;
 }
 
@@ -148,8 +147,7 @@ void CurlMulti::setDeadline(SInt64 timeoutMs)
     m_timer.stop();
     if (!m_hasDeadline)
         return;
-    // libcurl cuts its own deadline to whole milliseconds: one more makes sure that the call does not come
-    // early.
+    // libcurl cuts its own deadline to whole milliseconds: with one more the call does not come early.
     const SInt64 delayMs = timeoutMs == 0 ? 0 : std::min<SInt64>(timeoutMs + 1, kMaxDelayMilliseconds);
     m_deadline = Clock::now() + std::chrono::milliseconds(delayMs);
     if (QCoreApplication::instance())
@@ -173,8 +171,8 @@ void CurlMulti::deadlineReached()
 void CurlMulti::socketReady(curl_socket_t socket, int events)
 {
     int running = 0;
-    (void)curl_multi_socket_action(
-        m_multi, socket, events, &running); // failures come as messages of their transfer
+    // Failures come as messages of their transfer.
+    (void)curl_multi_socket_action(m_multi, socket, events, &running);
     finishTransfers();
 }
 

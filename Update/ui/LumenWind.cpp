@@ -19,8 +19,8 @@ SInt32 fillRegion(WindowRef window, const GetWindowRegionRec& record)
     if (record.regionCode != kWindowStructureRgn && record.regionCode != kWindowContentRgn)
         return noErr;
     Rect bounds;
-    (void)GetWindowBounds(
-        window, kWindowContentRgn, &bounds); // the bounds of a living window are always known
+    // The bounds of a living window are always known.
+    (void)GetWindowBounds(window, kWindowContentRgn, &bounds);
     RectRgn(record.winRgn, &bounds);
     return noErr;
 }
@@ -77,8 +77,8 @@ void PLumenWind::create(std::u16string_view layoutName, const PubLumen::LumFileM
         fitToPanel(*Lum0SurfaceGetRootPanel(surface));
     }
     Lum0Release(surface);
-    (void)RepositionWindow(
-        m_window, nullptr, kWindowCenterOnMainScreen); // where there is no screen, it stays where it is
+    // Where there is no screen, it stays where it is.
+    (void)RepositionWindow(m_window, nullptr, kWindowCenterOnMainScreen);
     SelectWindow(m_window);
     ShowWindow(m_window);
 }
