@@ -3,6 +3,7 @@
 
 #include "Update/collect/XMLDocument.h"
 #include "Update/descriptor/ElementReader.h"
+#include "Update/download/DescriptorFetch.h"
 
 CXMLInterpret::CXMLInterpret(OpacLumFSRef* file)
 {

@@ -16,8 +16,6 @@ class CPListParse;
 
 /// How many descriptors may point at each other on one chain; a deeper one gathers nothing.
 inline constexpr int kMaxChainLevels = 100;
-/// The largest descriptor that is read.
-inline constexpr SInt64 kMaxDescriptorBytes = SInt64 {64} << 20;
 /// How much may be interpreted below one product, so that bundles that point at each other in many ways
 /// cannot keep a check busy for ever; what comes after that gathers nothing.
 inline constexpr SInt64 kMaxFollowedBytes = SInt64 {64} << 20;

@@ -17,6 +17,17 @@ bool wasFetched(const CLumStringW& url)
     return std::find(urls.begin(), urls.end(), url) != urls.end();
 }
 
+/// Ends a download that has brought more than a reader takes; `userData` is the bytes that it may still
+/// bring.
+int goOnWithinLimit(int event, int bytes, void* userData)
+{
+    if (event != kDownloadChunkEvent)
+        return 1;
+    SInt64& left = *static_cast<SInt64*>(userData);
+    left -= bytes;
+    return left >= 0 ? 1 : 0;
+}
+
 /// Writes the body to `file` and closes it. False when not all of it could be stored.
 bool storeBody(SInt16 file, const CHttpDownload& downloader)
 {
@@ -40,7 +51,8 @@ OpacLumFSRef* CreateXMLFileRef(const UniChar* fileName)
     return Lum0FSRCreateWithPath(path.c_str());
 }
 
-SInt32 DownloadXMLFile2Loacl(const UniChar* baseUrl, const UniChar* fileName, SInt32 timeoutMs)
+SInt32 DownloadXMLFile2Loacl(
+    const UniChar* baseUrl, const UniChar* fileName, SInt32 timeoutMs, SInt64 maxBytes)
 {
     if (!baseUrl || !fileName)
         return paramErr;
@@ -53,7 +65,9 @@ SInt32 DownloadXMLFile2Loacl(const UniChar* baseUrl, const UniChar* fileName, SI
     const SInt16 file = LumFileCreateExt(ref.get(), kLumFileCreateWrite);
     if (file == -1)
         return dirNFErr;
+    SInt64 bytesLeft = maxBytes;
     CHttpDownload downloader(timeoutMs, 0);
+    downloader.SetDownloadCallBack(goOnWithinLimit, &bytesLeft);
     if (!downloader.Download(url.c_str(), 1, nullptr)) {
         (void)LumFileCloseExt(file);       // nothing was written
         (void)LumFileDeleteExt(ref.get()); // an empty file left behind is no descriptor: it does not parse

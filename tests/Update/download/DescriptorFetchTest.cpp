@@ -157,6 +157,28 @@ TEST_F(DescriptorFetch, BodyThatFindsNoRoomGivesMinus120AndLeavesNoFile)
     EXPECT_EQ(fs::file_size(local("a.xml")), 5000u);
 }
 
+TEST_F(DescriptorFetch, EndlessBodyGivesMinus120AndIsNotFetchedToItsEnd)
+{
+    ScopedServer server;
+    server.on("/a.xml",
+        ServerScript().send(answer::head(200, {})).sendRepeatedly(std::string(1'000'000, 'x'), 2000));
+    EXPECT_EQ(DownloadXMLFile2Loacl(server.wideUrl("/").c_str(), u"a.xml", kTimeoutMs, 100'000), -120);
+    EXPECT_FALSE(fs::exists(local("a.xml")));
+    EXPECT_LT(server.bytesSent(), 50'000'000u);
+    EXPECT_TRUE(fetchedDescriptorURLs().empty());
+}
+
+TEST_F(DescriptorFetch, BodyOfExactlyTheLimitIsStored)
+{
+    EXPECT_EQ(kMaxDescriptorBytes, 67'108'864);
+    ScopedServer server;
+    server.on("/a.xml", answer::ok(std::string(40'000, 'x')));
+    EXPECT_EQ(DownloadXMLFile2Loacl(server.wideUrl("/").c_str(), u"a.xml", kTimeoutMs, 39'999), -120);
+    EXPECT_FALSE(fs::exists(local("a.xml")));
+    EXPECT_EQ(DownloadXMLFile2Loacl(server.wideUrl("/").c_str(), u"a.xml", kTimeoutMs, 40'000), 0);
+    EXPECT_EQ(fs::file_size(local("a.xml")), 40'000u);
+}
+
 TEST_F(DescriptorFetch, PathOfADescriptorHoldsAtMost1023Units)
 {
     // The folder's path, "/" and the name: 1023 units fit the buffer, one more does not.
