@@ -66,7 +66,8 @@ void MessageSign::tellWithoutNotification()
             QLatin1String(kTitle), QString::fromStdU16String(m_text), QSystemTrayIcon::Information);
         return;
     }
-    std::printf("%s\nOpen it with TandemService --update.\n", printableLine(m_text).c_str());
+    std::printf("%s\nTo open it, end this program and start TandemService --update.\n",
+        printableLine(m_text).c_str());
     (void)std::fflush(stdout); // where standard output is closed there is nobody to tell
 }
 

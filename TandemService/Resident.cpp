@@ -65,7 +65,7 @@ void Resident::makeSign()
 bool Resident::start()
 {
     if (!m_port.open()) {
-        complain("another Tandem Service is running, or $XDG_RUNTIME_DIR is no private folder");
+        complain(SetupPort::reasonOfFailure());
         return false;
     }
     m_services.recoverInstalls(mainBundleFolder());

@@ -24,6 +24,13 @@ bool SetupPort::open()
     return m_port.get() != nullptr;
 }
 
+const char* SetupPort::reasonOfFailure()
+{
+    const CFRef name = adoptCF(CFStringCreateWithView(kPortName));
+    const CFRef other = adoptCF(CFMessagePortCreateRemote(kCFAllocatorDefault, name));
+    return other ? "another Tandem Service is running" : "$XDG_RUNTIME_DIR is no private folder";
+}
+
 void SetupPort::close()
 {
     if (m_port)

@@ -30,6 +30,8 @@ public:
     /// False when another process of this user has the port, or the run-time folder cannot be used.
     bool open();
     void close();
+    /// In words, why open() gave false.
+    static const char* reasonOfFailure();
 
 private:
     static CFDataRef serve(CFMessagePortRef port, SInt32 id, CFDataRef data, void* info);

@@ -92,7 +92,7 @@ bool UpdateRun::start()
 {
     // A check alone asks the host for nothing and may run beside a resident one.
     if (m_options.mode == HostMode::update && !m_port.open()) {
-        complain("another Tandem Service is running, or $XDG_RUNTIME_DIR is no private folder");
+        complain(SetupPort::reasonOfFailure());
         return false;
     }
     m_services.recoverInstalls(mainBundleFolder());

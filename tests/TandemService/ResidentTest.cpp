@@ -25,7 +25,7 @@ TEST(ResidentHost, ChecksAtItsStartAndSaysWhatThereIs)
     host.signal(SIGTERM);
     EXPECT_EQ(host.wait(), 0);
     EXPECT_EQ(readWholeFile(host.home().folder().at("stdout.started")),
-        "There is something.\nOpen it with TandemService --update.\n");
+        "There is something.\nTo open it, end this program and start TandemService --update.\n");
     EXPECT_TRUE(host.log().ends_with("release\nunloaded\n")) << host.log();
 }
 
@@ -37,7 +37,8 @@ TEST(ResidentHost, SaysWhatThereIsWhereABusHasNoNotificationService)
     host.set("DBUS_SESSION_BUS_ADDRESS", g_test_dbus_get_bus_address(bus));
     host.set("FAKE_MESSAGE", "There is something.");
     host.start({});
-    EXPECT_TRUE(host.waitForOutput("There is something.\nOpen it with TandemService --update.\n"));
+    EXPECT_TRUE(host.waitForOutput(
+        "There is something.\nTo open it, end this program and start TandemService --update.\n"));
     host.signal(SIGTERM);
     EXPECT_EQ(host.wait(), 0);
     g_test_dbus_down(bus);
@@ -103,7 +104,7 @@ TEST(ResidentHost, IsAloneForItsUser)
     for (const std::vector<std::string>& arguments :
         {std::vector<std::string> {}, {"--update", "--unattended"}}) {
         EXPECT_EQ(host.run(arguments), 2);
-        EXPECT_NE(host.errors().find("TandemService: another Tandem Service is running"), std::string::npos)
+        EXPECT_NE(host.errors().find("TandemService: another Tandem Service is running\n"), std::string::npos)
             << host.errors();
     }
     EXPECT_EQ(host.run({"--check"}), 1) << "a check asks nothing of the port";
@@ -116,7 +117,7 @@ TEST(ResidentHost, NeedsAPrivateRuntimeFolder)
     HostBundle host;
     ASSERT_EQ(chmod(host.home().runtime().c_str(), 0777), 0);
     EXPECT_EQ(host.run({}), 2);
-    EXPECT_NE(host.errors().find("$XDG_RUNTIME_DIR is no private folder"), std::string::npos)
+    EXPECT_NE(host.errors().find("TandemService: $XDG_RUNTIME_DIR is no private folder\n"), std::string::npos)
         << host.errors();
 }
 
