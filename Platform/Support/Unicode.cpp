@@ -6,6 +6,31 @@ namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
 
+/// Capital letters from `first` to `last`, every `step`th unit, and how far on their small letters are.
+struct CapitalLetters {
+    UniChar first;
+    UniChar last;
+    int step;
+    int distance;
+};
+
+/// In ascending order, beside ASCII: the letters that have one small letter of one unit, in the scripts in
+/// which a product's name is likely to change case.
+constexpr CapitalLetters kCapitalLetters[] = {
+    // Latin-1, then Latin Extended-A and -B
+    {0xC0, 0xD6, 1, 32}, {0xD8, 0xDE, 1, 32}, {0x100, 0x12E, 2, 1}, {0x132, 0x136, 2, 1},
+    {0x139, 0x147, 2, 1}, {0x14A, 0x176, 2, 1}, {0x178, 0x178, 1, -121}, {0x179, 0x17D, 2, 1},
+    {0x1A0, 0x1A4, 2, 1}, {0x1AF, 0x1AF, 1, 1}, {0x1CD, 0x1DB, 2, 1}, {0x1DE, 0x1EE, 2, 1},
+    {0x1F8, 0x21E, 2, 1}, {0x222, 0x232, 2, 1},
+    // Greek
+    {0x386, 0x386, 1, 38}, {0x388, 0x38A, 1, 37}, {0x38C, 0x38C, 1, 64}, {0x38E, 0x38F, 1, 63},
+    {0x391, 0x3A1, 1, 32}, {0x3A3, 0x3AB, 1, 32},
+    // Cyrillic
+    {0x400, 0x40F, 1, 80}, {0x410, 0x42F, 1, 32}, {0x460, 0x480, 2, 1}, {0x48A, 0x4BE, 2, 1},
+    {0x4C0, 0x4C0, 1, 15}, {0x4C1, 0x4CD, 2, 1}, {0x4D0, 0x52E, 2, 1},
+    // Armenian, Latin Extended Additional, full-width Latin
+    {0x531, 0x556, 1, 48}, {0x1E00, 0x1E94, 2, 1}, {0x1EA0, 0x1EFE, 2, 1}, {0xFF21, 0xFF3A, 1, 32}};
+
 bool isHighSurrogate(char32_t unit)
 {
     return unit >= 0xD800 && unit <= 0xDBFF;
@@ -163,20 +188,12 @@ UniChar lowerCaseUnit(UniChar unit)
 {
     if (unit < 0x80)
         return unit >= u'A' && unit <= u'Z' ? static_cast<UniChar>(unit + 0x20) : unit;
-    // Latin-1, Latin Extended-A, Greek and Cyrillic: the ranges in which a product's name is likely to change
-    // case.
-    if ((unit >= 0xC0 && unit <= 0xDE && unit != 0xD7) || (unit >= 0x391 && unit <= 0x3A9 && unit != 0x3A2)
-        || (unit >= 0x410 && unit <= 0x42F))
-        return static_cast<UniChar>(unit + 0x20);
-    if (unit >= 0x400 && unit <= 0x40F)
-        return static_cast<UniChar>(unit + 0x50);
-    const bool evenIsUpper = (unit >= 0x100 && unit <= 0x137 && unit != 0x130)
-        || (unit >= 0x14A && unit <= 0x177) || (unit >= 0x460 && unit <= 0x481);
-    if (evenIsUpper)
-        return static_cast<UniChar>(unit | 1);
-    const bool oddIsUpper = (unit >= 0x139 && unit <= 0x148) || (unit >= 0x179 && unit <= 0x17E);
-    if (oddIsUpper && (unit & 1) != 0)
-        return static_cast<UniChar>(unit + 1);
+    for (const CapitalLetters& range : kCapitalLetters) {
+        if (unit < range.first)
+            break;
+        if (unit <= range.last && (unit - range.first) % range.step == 0)
+            return static_cast<UniChar>(unit + range.distance);
+    }
     return unit;
 }
 

@@ -29,7 +29,7 @@ bool pathFromWide(std::u16string_view wide, std::string& path, std::size_t maxBy
 /// or need more than `maxUnits` units.
 bool wideFromPath(std::string_view path, std::u16string& wide, std::size_t maxUnits = 1023);
 
-/// `unit` in lower case: ASCII, Latin-1, Latin Extended-A, Greek, Cyrillic; other units stay as they are.
+/// `unit` in lower case: Latin (full-width too), Greek, Cyrillic, Armenian; other units stay as they are.
 UniChar lowerCaseUnit(UniChar unit);
 
 /// -1, 0 or 1: the order of the two texts by code unit after lower-casing each unit.

@@ -91,6 +91,18 @@ TEST(Unicode, ComparesWithoutCase)
     EXPECT_TRUE(equalIgnoringCase(u"\u00C4\u00D6\u00DE \u0178", u"\u00E4\u00F6\u00FE \u0178"));
     EXPECT_TRUE(equalIgnoringCase(u"\u0100\u0136\u014A\u0139\u017D", u"\u0101\u0137\u014B\u013A\u017E"));
     EXPECT_TRUE(equalIgnoringCase(u"\u0391\u03A9 \u0401\u0416", u"\u03B1\u03C9 \u0451\u0436"));
+    EXPECT_TRUE(equalIgnoringCase(u"\u0178", u"\u00FF"));
+    EXPECT_TRUE(equalIgnoringCase(
+        u"\u0386\u0388\u038A\u038C\u038E\u038F\u03AB", u"\u03AC\u03AD\u03AF\u03CC\u03CD\u03CE\u03CB"));
+    EXPECT_TRUE(equalIgnoringCase(u"\u0400\u040F\u0410\u042F\u0490\u04BE\u04C0\u04C1\u04D0\u052E",
+        u"\u0450\u045F\u0430\u044F\u0491\u04BF\u04CF\u04C2\u04D1\u052F"));
+    EXPECT_TRUE(equalIgnoringCase(u"\u0218\u021A\u01A0\u01AF\u01CD", u"\u0219\u021B\u01A1\u01B0\u01CE"))
+        << "Romanian, Vietnamese and Pinyin letters";
+    EXPECT_TRUE(equalIgnoringCase(u"\u1E00\u1EA0\u1EBE\u1EFE", u"\u1E01\u1EA1\u1EBF\u1EFF"));
+    EXPECT_TRUE(equalIgnoringCase(u"\u0531\u0556 \uFF21\uFF3A", u"\u0561\u0586 \uFF41\uFF5A"));
+    EXPECT_FALSE(equalIgnoringCase(u"\u00DF", u"\u00FF")) << "sharp s has no capital";
+    EXPECT_FALSE(equalIgnoringCase(u"\u0101", u"\u0102")) << "neighbours";
+    EXPECT_FALSE(equalIgnoringCase(u"\u03C2", u"\u03A3")) << "the final sigma is a letter of its own";
     EXPECT_FALSE(equalIgnoringCase(u"\u00D7", u"\u00F7")) << "multiplication and division signs";
     EXPECT_FALSE(equalIgnoringCase(u"\u0130", u"\u0131")) << "dotted and dotless letter";
     EXPECT_FALSE(equalIgnoringCase(u"[", u"{"));

@@ -90,6 +90,24 @@ TEST(FixedFolders, FileInTheirPlaceGivesNothing)
     EXPECT_EQ(created(u"sub", 1), "");
 }
 
+TEST(FixedFolders, PathOfMoreThan1023BytesGivesNothing)
+{
+    const FakeHome home;
+    const std::string name = "/VelmoraTandemUpdater";
+    std::string caches = home.cache().string();
+    while (caches.size() + 200 < 1023 - name.size())
+        caches += "/" + std::string(150, 'c');
+    caches += "/" + std::string(1023 - name.size() - caches.size() - 1, 'c');
+    fs::create_directories(caches + "c");
+    {
+        const ScopedEnvironment cache("XDG_CACHE_HOME", caches);
+        EXPECT_EQ(created(nullptr, 0), caches + name);
+        EXPECT_EQ(created(u"s", 0), "") << "a sub-folder's path passes the limit of a path";
+    }
+    const ScopedEnvironment cache("XDG_CACHE_HOME", caches + "c");
+    EXPECT_EQ(created(nullptr, 0), "");
+}
+
 TEST(FixedFolders, CachesFolderThatCannotBeMadeGivesNothing)
 {
     const FakeHome home;
