@@ -1,14 +1,17 @@
 #include "TandemService/CommandLine.h"
 
 const char* const kUsageText
-    = "usage: TandemService                 stays, checks now and then, shows what there is\n"
+    = "usage: TandemService                 stays, checks once a day, shows what there is\n"
       "       TandemService --check         checks once and prints what there is\n"
       "       TandemService --update [--unattended]\n"
       "                                     checks once and opens what there is at once\n"
       "options:\n"
       "  --unattended       takes what the window offers checked, prints alerts instead of waiting on them\n"
       "  --plugin PATH      the bundle to load instead of the carried one\n"
-      "  --pictures FOLDER  saves a picture of each window that appears\n";
+      "  --pictures FOLDER  saves a picture of each window that appears\n"
+      "  --help             prints this\n"
+      "exit status: 0 updated, or something to offer; 1 nothing to offer; 2 could not run; 3 declined or\n"
+      "             cancelled; 4 failed\n";
 
 namespace {
 

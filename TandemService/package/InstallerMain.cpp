@@ -41,7 +41,7 @@ int main(int count, char** values)
     Arguments arguments;
     if (!parseArguments(count, values, arguments)) {
         std::fputs("usage: installer -pkg PATH -target FOLDER\n"
-                   "       installer -recover FOLDER\n",
+                   "       installer -recover FOLDER    finishes or undoes an install that was interrupted\n",
             stderr);
         return static_cast<int>(InstallError::usage);
     }

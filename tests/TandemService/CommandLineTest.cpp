@@ -33,6 +33,13 @@ TEST(CommandLine, TakesItsOptionsInAnyOrder)
     EXPECT_EQ(parsed({"--plugin", "x"}), (HostOptions {.plugin = "x"}));
 }
 
+TEST(CommandLine, UsageNamesEveryOption)
+{
+    const std::string usage = kUsageText;
+    for (const char* option : {"--check", "--update", "--help", "--unattended", "--plugin", "--pictures"})
+        EXPECT_NE(usage.find(option), std::string::npos) << option;
+}
+
 TEST(CommandLine, RefusesWhatItDoesNotUnderstand)
 {
     const Words refused[] = {{"check"}, {"--other"}, {""}, {"--check", "--update"}, {"--update", "--update"},
