@@ -1,4 +1,4 @@
-// An authentication agent whose user dismisses every question. It serves one process and tells its questions.
+// An authentication agent whose user dismisses every question. It serves one process and tells what it was
 // asked.
 #include <gio/gio.h>
 
