@@ -26,8 +26,3 @@ CFDateRef CFDateCreate(CFAllocatorRef, CFAbsoluteTime at)
 {
     return new __CFDate(at);
 }
-
-CFAbsoluteTime CFDateGetAbsoluteTime(CFDateRef date)
-{
-    return date->m_at;
-}

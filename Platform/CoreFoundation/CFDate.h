@@ -9,4 +9,3 @@ using CFAbsoluteTime = double;
 
 CFTypeID CFDateGetTypeID();
 CFDateRef CFDateCreate(CFAllocatorRef allocator, CFAbsoluteTime at);
-CFAbsoluteTime CFDateGetAbsoluteTime(CFDateRef date);

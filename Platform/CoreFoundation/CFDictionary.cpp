@@ -59,16 +59,6 @@ CFDictionaryRef CFDictionaryCreateWithPairs(const std::vector<std::pair<CFString
     return dictionary;
 }
 
-CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary)
-{
-    return static_cast<CFIndex>(dictionary->m_entries.size());
-}
-
-CFTypeRef CFDictionaryGetValue(CFDictionaryRef dictionary, CFStringRef key)
-{
-    return CFDictionaryGetValue(dictionary, CFStringGetView(key));
-}
-
 CFTypeRef CFDictionaryGetValue(CFDictionaryRef dictionary, std::u16string_view key)
 {
     const auto entry = dictionary->m_entries.find(key);

@@ -11,8 +11,5 @@ using CFDictionaryRef = const struct __CFDictionary*;
 CFTypeID CFDictionaryGetTypeID();
 /// A dictionary that retains every key and value; of two equal keys the later value stays.
 CFDictionaryRef CFDictionaryCreateWithPairs(const std::vector<std::pair<CFStringRef, CFTypeRef>>& pairs);
-CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary);
 /// The value for `key`, compared case-sensitively, or null. The dictionary keeps the object.
-CFTypeRef CFDictionaryGetValue(CFDictionaryRef dictionary, CFStringRef key);
-/// The same for a key given as text.
 CFTypeRef CFDictionaryGetValue(CFDictionaryRef dictionary, std::u16string_view key);

@@ -102,11 +102,6 @@ CFURLRef urlFromPathBytes(std::string path, bool isDirectory)
 
 } // namespace
 
-CFTypeID CFURLGetTypeID()
-{
-    return kCFRuntimeURL;
-}
-
 CFURLRef CFURLCreateWithString(CFAllocatorRef, CFStringRef text, CFURLRef base)
 {
     VELMORA_ASSERT(base == nullptr);

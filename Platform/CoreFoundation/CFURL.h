@@ -8,8 +8,6 @@ using CFURLRef = const struct __CFURL*;
 
 enum CFURLPathStyle : SInt32 { kCFURLPOSIXPathStyle = 0 };
 
-CFTypeID CFURLGetTypeID();
-
 /// `text` as a URL; it must be percent-escaped already. Null when it is empty or holds a character that may
 /// not stand in a URL (a blank, a control character, one of <>"{}|\^`, one outside ASCII) or a percent sign
 /// that no two hexadecimal digits follow. `base` must be null.
@@ -46,9 +44,8 @@ CFStringRef CFURLCreateStringByReplacingPercentEscapes(
 /// `text` with every character escaped, as UTF-8, that may not stand in a URL: all but the reserved
 /// (:/?@!$&'()*+,;=, and brackets within the host of a URL) and the unreserved ones of RFC 3986. "%" is
 /// always escaped, so that what the function above resolved comes back: "%2541" gives "%41" and "%2541"
-/// again; so is
-/// "#", which is a part of a name here and never begins a fragment. Reserved characters stay as they are, so
-/// an escape of one is lost on that way: "%3F" becomes "?", which begins a query. Null when a surrogate
-/// stands alone. `leaveUnescaped` and `escapeToo` must be null, `encoding` UTF-8.
+/// again; so is "#", which is a part of a name here and never begins a fragment. Reserved characters stay as
+/// they are, so an escape of one is lost on that way: "%3F" becomes "?", which begins a query. Null when a
+/// surrogate stands alone. `leaveUnescaped` and `escapeToo` must be null, `encoding` UTF-8.
 CFStringRef CFURLCreateStringByAddingPercentEscapes(CFAllocatorRef allocator, CFStringRef text,
     CFStringRef leaveUnescaped, CFStringRef escapeToo, CFStringEncoding encoding);

@@ -50,10 +50,9 @@ TEST(CFData, EqualityIsOfBytes)
     EXPECT_FALSE(CFEqual(data("abc"), data("ab")));
 }
 
-TEST(CFDate, GivesItsTime)
+TEST(CFDate, EqualityIsOfTimes)
 {
     const auto date = adoptCF(CFDateCreate(nullptr, -1.25));
-    EXPECT_EQ(CFDateGetAbsoluteTime(date), -1.25);
     EXPECT_TRUE(CFEqual(date, adoptCF(CFDateCreate(nullptr, -1.25))));
     EXPECT_FALSE(CFEqual(date, adoptCF(CFDateCreate(nullptr, 1.25))));
 }
@@ -98,8 +97,6 @@ TEST(CFDictionary, FindsValuesByKey)
         const auto value = cf(u"localhost");
         dictionary = adoptCF(CFDictionaryCreateWithPairs({{key, value.get()}}));
     }
-    EXPECT_EQ(CFDictionaryGetCount(dictionary), 1);
-    EXPECT_EQ(textOf(static_cast<CFStringRef>(CFDictionaryGetValue(dictionary, cf(u"site")))), u"localhost");
     EXPECT_EQ(textOf(static_cast<CFStringRef>(CFDictionaryGetValue(dictionary, u"site"))), u"localhost");
     EXPECT_EQ(CFDictionaryGetValue(dictionary, u"Site"), nullptr) << "keys are case-sensitive";
     EXPECT_EQ(CFDictionaryGetValue(dictionary, u"sit"), nullptr);
@@ -114,8 +111,9 @@ TEST(CFDictionary, OfEqualKeysTheLaterValueStays)
         dictionary = adoptCF(CFDictionaryCreateWithPairs(
             {{first, cf(u"1").get()}, {cf(u"other"), cf(u"x").get()}, {second, cf(u"2").get()}}));
     }
-    EXPECT_EQ(CFDictionaryGetCount(dictionary), 2);
     EXPECT_EQ(textOf(static_cast<CFStringRef>(CFDictionaryGetValue(dictionary, u"k"))), u"2");
+    EXPECT_TRUE(CFEqual(dictionary,
+        adoptCF(CFDictionaryCreateWithPairs({{cf(u"k"), cf(u"2").get()}, {cf(u"other"), cf(u"x").get()}}))));
 }
 
 TEST(CFDictionary, EqualityIsOfContentsInAnyOrder)
