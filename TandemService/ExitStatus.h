@@ -6,8 +6,7 @@
 enum class ExitStatus : int {
     done = 0, ///< updated, or something to offer
     nothingToOffer = 1,
-    couldNotRun
-    = 2, ///< wrong arguments, no plug-in, no display, another host runs, the message could not be opened
-    declined = 3, ///< the user declined or cancelled
+    couldNotRun = 2, ///< wrong arguments; no plug-in, display or port; a message that cannot be opened
+    declined = 3,    ///< the user declined or cancelled
     failed = 4,
 };

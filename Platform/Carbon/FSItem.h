@@ -35,7 +35,7 @@ struct ItemInfo {
     UInt32 owner = 0;
     UInt32 group = 0;
     UInt32 links = 0;          ///< how many names the object has
-    bool isMountPoint = false; ///< something is mounted there, and this tells of that
+    bool isMountPoint = false; ///< something is mounted there; false also where the kernel does not tell
     ItemTime accessed;
     ItemTime modified;
 };

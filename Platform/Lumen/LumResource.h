@@ -29,7 +29,7 @@ private:
 /// One document, read for its texts.
 class LumDocument {
 public:
-    /// Opens `name` in the manager's folder. False, and the document is empty, when it does not exist, is no
+    /// Opens `name` in the manager's folders. False, and the document is empty, when it does not exist, is no
     /// well-formed form, or has more than 1 MiB.
     bool Open(const LumFileManager& files, std::u16string_view name);
     /// Copies the text of the item `id`: the "text" property of the widget whose object name is "text" and

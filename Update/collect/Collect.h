@@ -11,7 +11,9 @@ public:
     /// Appends the host's record, then the registered products, and returns how many records are held now.
     /// The argument is not used.
     int DoCollect(int);
+    /// Appends the record of the running host's own bundle; none when it lies in no bundle.
     void CollectCUSelf();
+    /// Appends the record of each registered product whose bundle is found, in the registry's order.
     void CollectProds();
     /// Shared libraries are no products of their own: nothing is collected.
     void CollectCommonDLL();

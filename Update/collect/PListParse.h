@@ -21,6 +21,8 @@ public:
     enum Kind : SInt32 { kBaseKind = 0, kUpdateIniKind = 1, kAppIniKind = 3 };
 
     CPListParse();
+    /// Reads the bundle at a folder, or the host's own: 1, or 0 when that failed. The base reads nothing and
+    /// returns 0.
     virtual int Parse(CFURLRef bundle);
     virtual int Parse();
     /// Makes the descriptor's file name from name, version and language.

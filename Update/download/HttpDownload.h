@@ -55,6 +55,7 @@ public:
 
     /// Handles one event of the stream of the download under way.
     void ReadStreamClientCallBack(CFReadStreamRef stream, CFStreamEventType event);
+    /// What the stream and the timer call; `info` and `userData` are the downloader.
     static void UpReadStreamClientCallBack(CFReadStreamRef stream, CFStreamEventType event, void* info);
     static void UpNetworkTimeoutTimerProc(EventLoopTimerRef timer, void* userData);
 

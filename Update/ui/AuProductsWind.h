@@ -59,6 +59,7 @@ public:
     /// Appends the chosen entries in the tree's order.
     void CalcNeedUpdateFiles(std::vector<CFileSec*>& out);
 
+    /// What the buttons and the tree call; `userData` is the window.
     static SInt32 DUButtonOKProc(
         const void* control, SInt32 message, const void* parameter, const void* userData);
     static SInt32 DUButtonCancelProc(

@@ -11,8 +11,7 @@ void note(const std::string& line);
 std::string setting(const char* name);
 
 /// Shows the selection window; what follows is told by $FAKE_RUN (see FakePluginRun.cpp), who presses which
-/// button by $FAKE_USER
-/// ("ok", "later"; nobody by default).
+/// button by $FAKE_USER ("ok", "later"; nobody by default).
 void startRun(IMsgPluginContainer& container);
 /// Takes every window down.
 void endRun();
