@@ -1,5 +1,6 @@
 #include "Platform/Carbon/FSVolume.h"
 
+#include "Platform/Carbon/FSVolumeInternal.h"
 #include "Platform/Support/ErrorNumbers.h"
 
 #include <algorithm>

@@ -12,7 +12,3 @@ struct VolumeParms {
 
 /// Asks the volume of an open folder. Linux measures no volume's speed, so the grade is always 0.
 OSStatus volumeParms(int folder, VolumeParms& parms);
-
-/// True unless `type`, as statfs(2) gives it, is one of the network file systems. One served by a program of
-/// the user (FUSE) counts as local: nothing tells where its files are.
-bool isLocalVolumeType(UInt32 type);

@@ -2,6 +2,7 @@
 #include "Platform/Carbon/FSFork.h"
 
 #include "Platform/Carbon/FSVolume.h"
+#include "Platform/Carbon/FSVolumeInternal.h"
 #include "Platform/Support/Descriptor.h"
 #include "tests/support/TempDir.h"
 
