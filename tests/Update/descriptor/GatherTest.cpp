@@ -1,10 +1,13 @@
 // Following sections and dependencies into other bundles' descriptors, and what is taken over.
 #include "Platform/Support/ErrorNumbers.h"
-#include "Update/collect/PListParse.h"
+#include "Update/collect/AppIni.h"
 #include "tests/Update/descriptor/Suite.h"
+#include "tests/support/FileURL.h"
 #include "tests/support/ScopedServer.h"
 
 #include <gtest/gtest.h>
+
+#include <chrono>
 
 using namespace std::string_view_literals;
 namespace fs = std::filesystem;
@@ -52,50 +55,6 @@ constexpr SInt32 kNoVersion[4] = {0, 0, 0, 0};
 
 } // namespace
 
-TEST(CompNameAndVersion, ComparesTheFilesOfThatName)
-{
-    const Suite suite;
-    const auto interpreter = suite.parsed(top().file(fileNamed("A", "1.0.0.1")));
-    EXPECT_EQ(interpreter->CompNameAndVersion(u"A", u"1.0.0.0", 0), 1);
-    EXPECT_EQ(interpreter->CompNameAndVersion(u"a", u"1.0.0.1", 0), 0);
-    EXPECT_EQ(interpreter->CompNameAndVersion(u"A", u"1,0,1", 0), -1);
-    EXPECT_EQ(interpreter->CompNameAndVersion(u"B", u"0", 0), -1);
-}
-
-TEST(CompNameAndVersion, IsMinusOneWithoutNameOrVersion)
-{
-    const Suite suite;
-    const auto interpreter = suite.parsed(top());
-    EXPECT_EQ(interpreter->CompNameAndVersion(nullptr, u"0", 0), -1);
-    EXPECT_EQ(interpreter->CompNameAndVersion(u"Top", nullptr, 0), -1);
-}
-
-TEST(CompNameAndVersion, StopsAtANewerFile)
-{
-    const Suite suite;
-    const auto interpreter = suite.parsed(top().file(fileNamed("A", "1.1")).file(fileNamed("A", "0.9")));
-    EXPECT_EQ(interpreter->CompNameAndVersion(u"A", u"1.0", 0), 1);
-    EXPECT_EQ(interpreter->CompNameAndVersion(u"A", u"1.0", 1), 1);
-}
-
-TEST(CompNameAndVersion, LetsALaterFileOverwriteAnOlderOrEqualOne)
-{
-    const Suite suite;
-    const auto interpreter = suite.parsed(
-        top().file(fileNamed("A", "0.9")).file(fileNamed("A", "1.0")).file(fileNamed("A", "0.8")));
-    EXPECT_EQ(interpreter->CompNameAndVersion(u"A", u"1.0", 0), -1);
-    EXPECT_EQ(interpreter->CompNameAndVersion(u"A", u"1.0", 1), 0);
-    EXPECT_EQ(interpreter->CompNameAndVersion(u"A", u"0.95", 0), 1);
-}
-
-TEST(CompNameAndVersion, ReadsAnOverlongVersionText)
-{
-    const Suite suite;
-    const auto interpreter = suite.parsed(top());
-    EXPECT_EQ(
-        interpreter->CompNameAndVersion(u"Top", (u"2.0.0.0." + std::u16string(5000, u'9')).c_str(), 0), 0);
-}
-
 TEST(CalcSectionUpdate, TakesOverWhatOffersAtLeastTheRequiredVersion)
 {
     const Suite suite;
@@ -103,6 +62,20 @@ TEST(CalcSectionUpdate, TakesOverWhatOffersAtLeastTheRequiredVersion)
     EXPECT_EQ(namesOf(*suite.parsed(top().section(section, "2.0.0.0"))), (Names {"Top", "Section"}));
     EXPECT_EQ(namesOf(*suite.parsed(top().section(section, "1.9"))), (Names {"Top", "Section"}));
     EXPECT_EQ(namesOf(*suite.parsed(top().section(section, "2.1"))), (Names {"Top"}));
+}
+
+TEST(CalcSectionUpdate, EndsAtAChildsFirstFileThatIsNewEnough)
+{
+    const Suite suite;
+    suite.publish("Section",
+        DescriptorBuilder()
+            .file(fileNamed("Section", "1.5"))
+            .file(fileNamed("SECTION", "2.0"))
+            .file(fileNamed("Section", "1.2")));
+    const auto section = suite.install("Section");
+    EXPECT_EQ(namesOf(*suite.parsed(top().section(section, "2.0"))).size(), 4U)
+        << "the older one behind it does not count";
+    EXPECT_EQ(namesOf(*suite.parsed(top().section(section, "2.0.0.1"))), (Names {"Top"}));
 }
 
 TEST(CalcSectionUpdate, TakesOverAllFilesOfAChildInOrder)
@@ -275,6 +248,23 @@ TEST(CaclDependencyUpdate, RejectsABundleThatVanishesMidway)
     expectUnmet(suite, top().dependency(first).dependency(vanishing));
 }
 
+TEST(DownloadAndGatherUpdate, WaitsAsLongAsTheOtherBundleSays)
+{
+    const Suite suite;
+    ScopedServer server;
+    server.on("/Update_Slow_1.0.0.0_Mac.xml", ServerScript().stall());
+    const fs::path slow = BundleBuilder()
+                              .name("Slow")
+                              .site(server.url(""))
+                              .url("/")
+                              .integer("servertimeout", 100)
+                              .build(suite.home().folder(), "apps/Slow.bundle");
+    const auto begin = std::chrono::steady_clock::now();
+    expectUnmet(suite, top().dependency(slow));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(4'000))
+        << "less than the default";
+}
+
 TEST(DownloadAndGatherUpdate, InterpretsAChildForItsOwnBundleAndSite)
 {
     const Suite suite;
@@ -330,6 +320,18 @@ TEST(DownloadAndGatherUpdate, GivesTheFetchsErrorNumber)
     suite.publish("Loose", DescriptorBuilder());
     EXPECT_EQ(interpreter->DownloadAndGatherUpdate(&record, kNoVersion), noErr);
     EXPECT_TRUE(interpreter->filesToUpdate().empty());
+}
+
+TEST(DownloadAndGatherUpdate, GathersNothingFromABundleThatIsBeingInterpreted)
+{
+    const Suite suite;
+    suite.publish("Top", top());
+    const auto interpreter = suite.parsed(top());
+    CAppIni itself;
+    ASSERT_EQ(itself.Parse(folderURL(suite.bundle("Top"))), 1);
+    EXPECT_EQ(interpreter->DownloadAndGatherUpdate(&itself, kNoVersion), noErr);
+    EXPECT_EQ(namesOf(*interpreter), (Names {"Top"}));
+    EXPECT_EQ(suite.fetched(), 0U);
 }
 
 TEST(DownloadAndGatherUpdate, UsesItsOwnApplicationFolderForARecordWithoutBundle)
