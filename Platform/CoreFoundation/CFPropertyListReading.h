@@ -1,4 +1,5 @@
-// The two readers of property lists and what they share. Private to this folder.
+// The two readers of property lists and what they share. Private to this folder, and to what measures and
+// fuzzes it.
 #pragma once
 
 #include "Platform/CoreFoundation/CFRef.h"

@@ -1,3 +1,4 @@
+// One resource document: the texts of its items.
 #include "Platform/Lumen/LumResource.h"
 
 #include "Platform/Lumen/FormTextReader.h"

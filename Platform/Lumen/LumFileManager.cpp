@@ -1,3 +1,4 @@
+// The folders that resource documents are looked for in.
 #include "Platform/Lumen/LumResource.h"
 #include "Platform/Support/Unicode.h"
 
