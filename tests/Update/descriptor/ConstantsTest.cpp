@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 using namespace std::string_view_literals;
 
 namespace {
@@ -328,6 +330,29 @@ TEST(StrRplace, GoesOnBehindTheReplacement)
 {
     EXPECT_EQ(replaced(u"aaaa", u"aa", u"a"), u"aa"sv);
     EXPECT_EQ(replaced(u"aaa", u"aa", u"b"), u"ba"sv);
+}
+
+TEST(StrRplace, DoesOneReplacementAfterTheOther)
+{
+    // Texts of two letters, in which names overlap themselves and each other, against the rule step by step.
+    std::minstd_rand random;
+    const auto letters = [&](std::size_t most) {
+        std::u16string text(random() % (most + 1), u'a');
+        for (char16_t& letter : text)
+            letter = random() % 2 == 0 ? u'a' : u'b';
+        return text;
+    };
+    for (int round = 0; round < 20'000; ++round) {
+        const std::u16string text = letters(24);
+        const std::u16string find = letters(3) + u"a";
+        const std::u16string replacement = letters(5);
+        std::u16string expected = text;
+        for (std::size_t at = expected.find(find); at != std::u16string::npos; at = expected.find(find, at)) {
+            expected = expected.substr(0, at) + replacement + expected.substr(at + find.size());
+            at += replacement.size();
+        }
+        ASSERT_EQ(replaced(text, find, replacement), expected) << round;
+    }
 }
 
 TEST(StrRplace, TrimsAndFoldsNothing)
