@@ -65,8 +65,9 @@ private:
     {
         if (text.size() <= room)
             return text.size();
-        const bool splitsPair = room > 0 && text[room - 1] >= 0xD800 && text[room - 1] <= 0xDBFF;
-        return splitsPair ? room - 1 : room;
+        const std::u16string_view kept = text.substr(0, room);
+        const bool splitsPair = !kept.empty() && kept.back() >= 0xD800 && kept.back() <= 0xDBFF;
+        return splitsPair ? kept.size() - 1 : kept.size();
     }
 
     std::array<UniChar, N> m_units {};
