@@ -11,6 +11,7 @@
 struct InstallLimits {
     std::uint64_t contentBytes = 16ULL << 30; ///< all files of the payload together
     std::uint64_t streamBytes = 20ULL << 30;  ///< the payload archive after decompression, headers included
+    std::uint64_t headerBytes = 4ULL << 20;   ///< a member's header, with the names in it
     std::size_t entries = 1'000'000;
     std::size_t pathBytes = 1023;         ///< a member's path, and a symbolic link's text
     std::size_t pathDepth = 100;          ///< folders within folders

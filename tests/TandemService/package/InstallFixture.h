@@ -5,6 +5,7 @@
 #include "tests/support/PackageBuilder.h"
 #include "tests/support/TempDir.h"
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
@@ -14,6 +15,9 @@
 /// Path to "KIND MODE CONTENT" for everything below a folder, links not followed.
 using Snapshot = std::map<std::string, std::string>;
 Snapshot snapshot(const std::filesystem::path& folder);
+
+/// The library that builds the packages leaves so many bytes at a flat one's end that belong to no member.
+inline constexpr std::uintmax_t kUnusedTailBytes = 20;
 
 class InstallFixture : public ::testing::Test {
 protected:
