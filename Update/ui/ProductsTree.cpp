@@ -35,6 +35,13 @@ const CFileSec* representativeOf(const std::vector<CFileSec*>& entries)
     return own != entries.end() ? *own : entries.front();
 }
 
+void takeOwnEntries(const ProductFiles& products, CPListParse* product, std::vector<CFileSec*>& out)
+{
+    const auto found = products.find(product);
+    if (found != products.end())
+        std::copy_if(found->second.begin(), found->second.end(), std::back_inserter(out), isOwnEntry);
+}
+
 } // namespace
 
 void PAuProductsWind::buildTree(LumTree& tree)
@@ -130,9 +137,8 @@ void PAuProductsWind::collectBranch(
         const SInt32 state = tree.GetItemState(branch);
         if (state == kUnchecked)
             return;
-        const auto found = m_products->find(static_cast<CPListParse*>(data));
-        if (state == kChecked && found != m_products->end())
-            std::copy_if(found->second.begin(), found->second.end(), std::back_inserter(out), isOwnEntry);
+        if (state == kChecked) // no other branch stands for a product
+            takeOwnEntries(*m_products, static_cast<CPListParse*>(data), out);
     }
     for (const LumTreeItem* child = tree.GetFirstChild(branch); child; child = tree.GetNextSibling(child))
         if (tree.GetItemState(child) == kChecked && tree.GetItemData(child))

@@ -120,6 +120,18 @@ TEST_F(PAuProductsTree, ToleratesNullEntriesOfAProduct)
     EXPECT_THAT(chosen(), ElementsAre(scene.products[product][1]));
 }
 
+TEST_F(PAuProductsTree, LooksNoCommonBranchUpAmongTheProducts)
+{
+    scene.addMandatory({});
+    scene.addOptional({});
+    CPListParse* product = scene.product({{.title = "Studio"}});
+    show();
+    // The tree stays as it was built: the branch stands for files that are not the window's any more.
+    std::vector<CFileSec*> others = scene.mandatory;
+    EXPECT_EQ(wind.ShowWnd(&scene.files, &others, &scene.optional, &scene.products), 1);
+    EXPECT_THAT(chosen(), ElementsAre(scene.optional[0], scene.products[product][0]));
+}
+
 TEST_F(PAuProductsTree, ExpandsEveryBranch)
 {
     scene.addOptional({.title = "Fonts"});
@@ -231,6 +243,13 @@ TEST_F(PAuProductsTree, CollectsInTheTreesOrder)
     EXPECT_THAT(chosen(),
         ElementsAre(scene.mandatory[0], scene.mandatory[1], scene.optional[0], s[1], s[3], s[0], s[2],
             scene.products[desk][0]));
+}
+
+TEST_F(PAuProductsTree, TakesTheMandatoryFilesAsTheyStand)
+{
+    scene.mandatory = {scene.entry({.name = "core"}), nullptr};
+    show();
+    EXPECT_THAT(chosen(), ElementsAre(scene.mandatory[0], nullptr));
 }
 
 TEST_F(PAuProductsTree, CollectingAppendsToWhatIsThere)
