@@ -75,6 +75,27 @@ TEST(CHttpDownload, DownloadThatCannotStartLeavesTheBytesOfTheLastOne)
     EXPECT_EQ(receivedBytes(downloader), "hello");
 }
 
+TEST(CHttpDownload, TargetThatCannotBeCreatedLeavesTheBufferOfTheLastOne)
+{
+    const ScopedTempDir folder;
+    const std::u16string target = wideFromUtf8(folder.at("no such folder/target").string());
+    ScopedServer server;
+    server.on("/a", answer::ok("hello"));
+    CHttpDownload downloader(kTimeoutMs, 0);
+    for (const int synchronous : {0, 1}) {
+        ASSERT_EQ(downloader.Download(server.wideUrl("/a").c_str(), 1, nullptr), 1);
+        SInt32 size = 0;
+        const UInt8* const buffer = downloader.GetData(size);
+        EXPECT_EQ(size, 5);
+        EXPECT_EQ(downloader.Download(server.wideUrl("/a").c_str(), synchronous, target.c_str()), 0);
+        EXPECT_NE(buffer, nullptr);
+        EXPECT_EQ(downloader.GetData(size), buffer);
+        EXPECT_EQ(size, -1) << "the stream was opened before";
+    }
+    ASSERT_EQ(downloader.Download(server.wideUrl("/a").c_str(), 1, nullptr), 1);
+    EXPECT_EQ(receivedBytes(downloader), "hello");
+}
+
 TEST(CHttpDownload, AsksForTheEscapedPath)
 {
     ScopedServer server;
@@ -192,6 +213,53 @@ TEST(CHttpDownload, TerminatingWithoutNotifyTellsNothing)
     downloader.TerminateDownload(-1, 0);
     EXPECT_THAT(log.calls(), IsEmpty());
     EXPECT_EQ(downloader.status(), -1);
+}
+
+TEST(CHttpDownload, TerminatingAsCompleteIsJudgedByTheAnswer)
+{
+    ScopedServer server;
+    server.on("/missing", ServerScript().send(answer::head(404, {"Content-Length: 9"}) + "hello").stall());
+    server.on("/silent", ServerScript().stall());
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    log.atChunk = [&] { downloader.TerminateDownload(0, 1); };
+    ASSERT_EQ(downloader.Download(server.wideUrl("/missing").c_str(), 0, nullptr), 1);
+    EXPECT_TRUE(log.waitForEnd());
+    EXPECT_THAT(log.calls(), ElementsAre(DownloadCall {2, 5}, DownloadCall {4, 0}));
+    ASSERT_EQ(downloader.Download(server.wideUrl("/silent").c_str(), 0, nullptr), 1);
+    downloader.TerminateDownload(0, 1);
+    EXPECT_EQ(downloader.status(), 0) << "no answer came that could tell otherwise";
+    EXPECT_EQ(log.calls().back(), (DownloadCall {0, 0}));
+}
+
+TEST(CHttpDownload, CallbackMayTerminateTheDownloadItself)
+{
+    ScopedServer server;
+    server.on("/a", answer::ok("hello"));
+    for (const int synchronous : {0, 1}) {
+        CHttpDownload downloader(kTimeoutMs, 0);
+        DownloadLog log(downloader);
+        log.chunkResult = 0;
+        log.atChunk = [&] { downloader.TerminateDownload(9, 1); };
+        EXPECT_EQ(
+            downloader.Download(server.wideUrl("/a").c_str(), synchronous, nullptr), synchronous ? 0 : 1);
+        EXPECT_TRUE(log.waitForEnd());
+        EXPECT_THAT(log.calls(), ElementsAre(DownloadCall {2, 5}, DownloadCall {9, 0}));
+        EXPECT_EQ(downloader.status(), 9) << "a cancel finds nothing under way";
+    }
+}
+
+TEST(CHttpDownload, CallbackMayTakeItselfAway)
+{
+    ScopedServer server;
+    server.on("/a", answer::ok("hello"));
+    CHttpDownload downloader(kTimeoutMs, 0);
+    DownloadLog log(downloader);
+    log.chunkResult = 0;
+    log.atChunk = [&] { downloader.SetDownloadCallBack(nullptr, nullptr); };
+    EXPECT_EQ(downloader.Download(server.wideUrl("/a").c_str(), 1, nullptr), 0);
+    EXPECT_EQ(downloader.status(), 3);
+    EXPECT_THAT(log.calls(), ElementsAre(DownloadCall {2, 5}));
 }
 
 TEST(CHttpDownload, WorksWithoutACallback)
