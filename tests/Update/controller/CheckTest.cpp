@@ -4,8 +4,17 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <functional>
 
 namespace {
+
+/// A pool whose user acts on a message at once.
+class OpeningPool final : public IUserMsgPool {
+public:
+    std::function<void()> onMessage;
+
+    void AddMsg(const UniChar*, const UniChar*, SInt32, SInt32, SInt32) override { onMessage(); }
+};
 
 class Check : public SuiteFixture {
 protected:
@@ -110,6 +119,24 @@ TEST_F(Check, RunsWithoutAContainer)
     plugin().SetContainer(nullptr);
     EXPECT_EQ(check(), 0);
     EXPECT_EQ(message(), u"One: Velmora Sketch");
+}
+
+TEST_F(Check, RunsForEveryAnswerOfTheHostButZero)
+{
+    publishHostUpToDate();
+    host().canGenerate = -1;
+    EXPECT_EQ(check(), 0);
+}
+
+TEST_F(Check, LeavesAMessageOpenThatIsOpenedAsItIsPosted)
+{
+    publishHostUpToDate();
+    installWithUpdate("Velmora Sketch");
+    OpeningPool pool;
+    pool.onMessage = [this] { EXPECT_EQ(open(), 0); };
+    EXPECT_EQ(plugin().GenerateMsg(&pool), 0);
+    EXPECT_NE(plugin().busy(), 0);
+    EXPECT_NE(windowWith("butn_OK"), nullptr);
 }
 
 TEST_F(Check, DoesNotRunWhenTheHostRefuses)

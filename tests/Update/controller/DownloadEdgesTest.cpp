@@ -162,6 +162,13 @@ TEST_F(DownloadEdges, AnArchivesPathThatIsTooLongInBytesFailsTheStep)
     EXPECT_EQ(alerts(), "It failed\n");
 }
 
+TEST_F(DownloadEdges, AnUnzipActionWithoutALocationFailsTheStep)
+{
+    offerSmall({PublishedFile {.extraAction = "<action type=\"unzip\"/>"}});
+    updateAll();
+    EXPECT_EQ(alerts(), "It failed\n");
+}
+
 TEST_F(DownloadEdges, APackagesPathThatIsTooLongInBytesFailsTheStepAndIsNotSent)
 {
     offerSmall({PublishedFile {.run = "%updatertemp%/" + deepPath(300) + "a.pkg"}});

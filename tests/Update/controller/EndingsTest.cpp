@@ -64,6 +64,33 @@ TEST_F(Endings, RelaunchEndsTheMessageAsWell)
     EXPECT_EQ(m_steps, (Steps {"alert folder busy", "ended"}));
 }
 
+TEST_F(Endings, TheHostIsNotRelaunchedWhenItsProductIsNotTheFirst)
+{
+    publishHostUpToDate();
+    for (const std::string name : {"Velmora Sketch", "VELMORA TANDEM"}) {
+        (void)install(name, "1.0.0.0"); // its folder is of no interest here
+        publish(name, "1.0.0.0", descriptorText("app", {PublishedFile {.name = name}}));
+    }
+    publishFile("sketch.zip", "update");
+    ASSERT_EQ(check(), 0);
+    updateAll();
+    ASSERT_EQ(host().requests.size(), 1u);
+    EXPECT_EQ(host().requests[0].id, kUEnd);
+}
+
+TEST_F(Endings, FailureIsToldInTheWordsOfTheCheckAndSuccessInThoseOfTheMoment)
+{
+    offer({PublishedFile {}});
+    server().on("/updates/sketch.zip", answer::status(404));
+    host().setTexts({.success = "New success", .failure = "New failure"});
+    updateAll();
+    EXPECT_EQ(alerts(), "It failed\n");
+    host().endings.clear();
+    publishFile("sketch.zip", "update");
+    updateAll();
+    EXPECT_EQ(alerts(), "New success\n");
+}
+
 TEST_F(Endings, AMessageThatIsOpenedAsTheLastOneEndsStaysOpen)
 {
     offer({PublishedFile {}});

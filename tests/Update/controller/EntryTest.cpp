@@ -8,6 +8,27 @@ extern "C" IMsgProviderPlugin* ReleaseMsgProviderPlugin(IMsgProviderPlugin* plug
 
 namespace {
 
+/// Another container of the same host.
+class SecondContainer final : public IMsgPluginContainer {
+public:
+    explicit SecondContainer(FakeHost& host)
+        : m_host(host)
+    {
+    }
+    int endings = 0;
+
+    void EndMsgProcess(const UniChar*, const UniChar*, SInt32, SInt32, SInt32) override { ++endings; }
+    void HostReserved() override { }
+    SInt32 CanGenerateMsg() override { return m_host.canGenerate; }
+    CFURLRef CopyResourceURL(CFBundleRef bundle, CFStringRef name, CFStringRef type) override
+    {
+        return m_host.CopyResourceURL(bundle, name, type);
+    }
+
+private:
+    FakeHost& m_host;
+};
+
 class Entry : public SuiteFixture {
 protected:
     /// Leaves a file in both fixed folders.
@@ -39,6 +60,21 @@ TEST_F(Entry, DeletesNothingWhenItIsObtainedAgain)
     EXPECT_TRUE(std::filesystem::exists(descriptorFolder() / "sub/old.txt"));
 }
 
+TEST_F(Entry, DeletesOldFilesOnceEvenWhenItCannotWorkYet)
+{
+    leaveOldFiles();
+    host().hasResources = false;
+    CUpdateInter fresh;
+    ASSERT_FALSE(fresh.attach(&host()));
+    EXPECT_FALSE(std::filesystem::exists(workFolder()));
+    EXPECT_FALSE(std::filesystem::exists(descriptorFolder()));
+    leaveOldFiles();
+    host().hasResources = true;
+    ASSERT_TRUE(fresh.attach(&host()));
+    EXPECT_TRUE(std::filesystem::exists(workFolder() / "sub/old.txt"));
+    EXPECT_TRUE(std::filesystem::exists(descriptorFolder() / "sub/old.txt"));
+}
+
 TEST_F(Entry, DoesNotFollowALinkThatStandsForAFixedFolder)
 {
     const auto outside = home().folder().write("outside/precious.txt", "keep");
@@ -61,6 +97,30 @@ TEST_F(Entry, FailsWithoutTheHostsResources)
     host().hasResources = false;
     CUpdateInter fresh;
     EXPECT_FALSE(fresh.attach(&host()));
+}
+
+TEST_F(Entry, ServesTheContainerThatObtainedItLast)
+{
+    offer({PublishedFile {}});
+    SecondContainer second(host());
+    ASSERT_TRUE(plugin().attach(&second));
+    ASSERT_EQ(open(), 0);
+    press("butn_Later");
+    EXPECT_EQ(second.endings, 1);
+    EXPECT_TRUE(host().endings.empty());
+    plugin().SetContainer(nullptr);
+}
+
+TEST_F(Entry, KeepsItsContainerWhenAnotherOneCannotObtainIt)
+{
+    offer({PublishedFile {}});
+    SecondContainer second(host());
+    host().hasResources = false;
+    ASSERT_FALSE(plugin().attach(&second));
+    ASSERT_EQ(open(), 0);
+    press("butn_Later");
+    EXPECT_EQ(second.endings, 0);
+    EXPECT_EQ(host().endings.size(), 1u);
 }
 
 TEST_F(Entry, OpensTheInstalledHostBundleWhenNoneIsRegistered)

@@ -173,6 +173,7 @@ TEST_F(Interruption, CancelEndsADownload)
     settle();
     EXPECT_TRUE(host().endings.empty());
     EXPECT_TRUE(host().requests.empty());
+    EXPECT_TRUE(std::filesystem::exists(workFolder())) << "only the endings clear it";
 }
 
 TEST_F(Interruption, CancelEndsTheSelection)

@@ -124,6 +124,14 @@ TEST_F(Selection, ShowsNoSecondWindowWhileBusy)
     EXPECT_EQ(windowWith("butn_OK"), window);
 }
 
+TEST_F(Selection, IgnoresEvenTheMessageOfAnotherProviderWhileBusy)
+{
+    offer({PublishedFile {}});
+    ASSERT_EQ(open(), 0);
+    FakeMessage foreign(u"Other.bundle");
+    EXPECT_EQ(plugin().ProcessMsg(&foreign), 0);
+}
+
 TEST_F(Selection, MakesTheWorkFolderBeforeTheWindowForThisUserAlone)
 {
     offer({PublishedFile {}});
@@ -175,6 +183,19 @@ TEST_F(Selection, TakesFilesOfCommonDescriptorsOnceByTheirUrl)
     confirm();
     waitForEnding();
     EXPECT_EQ(server().countOf("/updates/shared.zip"), 1);
+}
+
+TEST_F(Selection, TakesOptionalFilesWhateverOtherFilesShareTheirUrl)
+{
+    publishHostUpToDate();
+    installOffering("Library", "common", {PublishedFile {.name = "Library", .location = "shared.zip"}});
+    installOffering("Velmora Sketch", "app",
+        {PublishedFile {.location = "shared.zip"}, PublishedFile {.name = "B", .location = "shared.zip"}});
+    publishFile("shared.zip", std::string(100, 'x'));
+    checkAndOpen();
+    confirm();
+    waitForEnding();
+    EXPECT_EQ(server().countOf("/updates/shared.zip"), 3) << "one mandatory, two of the product's own";
 }
 
 TEST_F(Selection, SortsManyFilesWithoutComparingEachWithEach)

@@ -56,3 +56,12 @@ TEST(CompNameAndVersion, ReadsAnOverlongVersionText)
     EXPECT_EQ(
         interpreter->CompNameAndVersion(u"Top", (u"2.0.0.0." + std::u16string(5000, u'9')).c_str(), 0), 0);
 }
+
+TEST(CompNameAndVersion, ReadsTheFirst255UnitsOfAVersionText)
+{
+    const Suite suite;
+    const auto interpreter = suite.parsed(top().file(fileNamed("A", "1.7")));
+    const auto padded = [](std::size_t units) { return u"1." + std::u16string(units - 3, u'0') + u"7"; };
+    EXPECT_EQ(interpreter->CompNameAndVersion(u"A", padded(255).c_str(), 0), 0);
+    EXPECT_EQ(interpreter->CompNameAndVersion(u"A", padded(256).c_str(), 0), 1) << "the 7 is cut off";
+}

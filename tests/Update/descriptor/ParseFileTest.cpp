@@ -324,6 +324,15 @@ TEST(ParseFile, AppendsTheFixedConstantsAgainWhenCalledAgain)
     EXPECT_EQ(interpreter->constants().items()[5].name, u"%updatertemp%"sv);
 }
 
+TEST(ParseFile, AppendsItsFilesAgainWhenCalledAgain)
+{
+    const Suite suite;
+    const auto interpreter = suite.load(DescriptorBuilder().file(fileNamed("Top")).xml());
+    EXPECT_TRUE(suite.parse(*interpreter));
+    EXPECT_TRUE(suite.parse(*interpreter));
+    EXPECT_EQ(namesOf(*interpreter), (Names {"Top", "Top"}));
+}
+
 TEST(ParseFile, InterpretsAHundredThousandFilesWithTheirActionsAndALongText)
 {
     const Suite suite;
