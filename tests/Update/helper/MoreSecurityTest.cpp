@@ -105,6 +105,26 @@ TEST(MoreSecCheckHelperTool, ComparesModificationTimesInWholeSeconds)
     EXPECT_TRUE(tools.looksOK());
 }
 
+TEST(MoreSecCheckHelperTool, LooksAtNothingElse)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "needs root to make the tool root-owned";
+    const Tools tools;
+    tools.install();
+    ASSERT_EQ(chown(tools.installed.c_str(), 0, 1), 0);
+    ASSERT_EQ(chmod(tools.installed.c_str(), 04555), 0);
+    EXPECT_TRUE(tools.looksOK()) << "the group";
+    (void)tools.folder.write("cache/tool", "OTHER TOOL BYTES"); // as many
+    ASSERT_EQ(chmod(tools.installed.c_str(), 04555), 0);
+    setModificationTime(tools.installed, kTemplateTime);
+    EXPECT_TRUE(tools.looksOK()) << "the contents";
+    ASSERT_EQ(chown(tools.original.c_str(), 1, 1), 0);
+    ASSERT_EQ(chmod(tools.original.c_str(), 0600), 0);
+    EXPECT_TRUE(tools.looksOK()) << "the template's owner and mode";
+    EXPECT_EQ(tools.fix(), 0);
+    EXPECT_EQ(readWholeFile(tools.installed), "OTHER TOOL BYTES") << "nothing to replace";
+}
+
 TEST(MoreSecCheckHelperTool, RejectsEachSingleDifference)
 {
     if (geteuid() != 0)
