@@ -91,6 +91,28 @@ TEST_F(Endings, FailureIsToldInTheWordsOfTheCheckAndSuccessInThoseOfTheMoment)
     EXPECT_EQ(alerts(), "New success\n");
 }
 
+TEST_F(Endings, ACheckThatEndsForItsTextsHasReadTheWordsOfAFailure)
+{
+    offer({PublishedFile {}});
+    server().on("/updates/sketch.zip", answer::status(404));
+    host().setTexts({.one = "", .failure = "New failure"});
+    ASSERT_EQ(check(), -1);
+    updateAll();
+    EXPECT_EQ(alerts(), "New failure\n");
+}
+
+TEST_F(Endings, AreToldAlsoWithoutWords)
+{
+    host().setTexts({.success = "", .failure = ""});
+    offer({PublishedFile {}});
+    updateAll();
+    EXPECT_EQ(alerts(), "\n");
+    host().endings.clear();
+    server().on("/updates/sketch.zip", answer::status(404));
+    updateAll();
+    EXPECT_EQ(alerts(), "\n");
+}
+
 TEST_F(Endings, AMessageThatIsOpenedAsTheLastOneEndsStaysOpen)
 {
     offer({PublishedFile {}});

@@ -169,6 +169,16 @@ TEST_F(Entry, CanShowWhenTheLastCheckFoundSomething)
     EXPECT_EQ(server().requests().size(), asked) << "a check that ran is not run again";
 }
 
+TEST_F(Entry, DoesNotRepeatACheckThatFoundNothing)
+{
+    publishHostUpToDate();
+    ASSERT_EQ(check(), 0);
+    (void)install("Velmora Sketch", "1.0.0.0"); // what another check would ask for
+    publish("Velmora Sketch", "1.0.0.0", descriptorText("app", {PublishedFile {}}));
+    EXPECT_EQ(plugin().CanShowNow(nullptr), -1);
+    EXPECT_EQ(server().requests().size(), 1u);
+}
+
 TEST_F(Entry, CannotShowWhenTheCheckCouldNotRun)
 {
     host().canGenerate = 0;

@@ -94,6 +94,18 @@ TEST_F(HostChannel, SendsNothingThatDoesNotFitThePayloadBuffer)
     EXPECT_EQ(m_host.requests[0].payload.size(), 2048u);
 }
 
+TEST_F(HostChannel, SendsAnyTextOfUpTo2047Bytes)
+{
+    const std::string fits(2047, 't');
+    EXPECT_FALSE(m_plugin.CommunicationWithApp(kUEnd, (fits + "t").c_str()));
+    EXPECT_TRUE(m_plugin.CommunicationWithApp(kUEnd, fits.c_str()));
+    EXPECT_TRUE(m_plugin.CommunicationWithApp(kUPKG, fits.c_str()));
+    EXPECT_TRUE(m_plugin.CommunicationWithApp(kUPKG, "", fits.c_str()));
+    ASSERT_EQ(m_host.requests.size(), 3u);
+    for (const PortRequest& request : m_host.requests)
+        EXPECT_EQ(request.payload, fits + '\0');
+}
+
 TEST_F(HostChannel, TakesOnlyZeroForSuccess)
 {
     for (const SInt32 value : {1, -1, -50, 0x01000000}) {

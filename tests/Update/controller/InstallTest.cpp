@@ -10,6 +10,7 @@
 
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 using namespace std::string_literals;
 
@@ -276,6 +277,24 @@ TEST_F(Install, CountsAStepForEachChosenFileAndEachListedFile)
     };
     updateAll();
     EXPECT_EQ(percentAtInstall, 50) << "one archive unpacked, one package to come";
+}
+
+TEST_F(Install, InstallsAlsoWhatSharesAChosenUrlIgnoringCase)
+{
+    publishHostUpToDate();
+    for (const auto& [name, location] : {std::pair {"Alpha", "pack.zip"}, std::pair {"Beta", "PACK.zip"}}) {
+        (void)install(name, "1.0.0.0"); // its folder is of no interest here
+        publish(name, "1.0.0.0",
+            descriptorText("app", {PublishedFile {.name = name, .location = location, .run = "/x.pkg"}}));
+        publishFile(location, "bytes");
+    }
+    ASSERT_EQ(check(), 0);
+    ASSERT_EQ(open(), 0);
+    toggle("Alpha");
+    confirm();
+    waitForEnding();
+    EXPECT_EQ(host().requestsOf(kUPKG).size(), 2u);
+    EXPECT_EQ(server().countOf("/updates/pack.zip"), 0);
 }
 
 TEST_F(Install, SkipsARunActionWithoutALocation)
