@@ -54,17 +54,30 @@ wait_for_check()
     return 1
 }
 
-# end_new_service: asks it to end and sees that it has, within five seconds.
-end_new_service()
+# end_staged_processes STAGE: ends what still runs of the staged suite, within five seconds: a service that was started
+# again, and after an interruption the helper tool, which would start another one.
+end_staged_processes()
 {
-    local attempt
-    [ -n "$new_service_pid" ] || return 0
-    kill "$new_service_pid" 2>/dev/null || true
+    local attempt processes
     for attempt in $(seq 50); do
-        kill -0 "$new_service_pid" 2>/dev/null || break
+        processes=$(staged_processes "$1")
+        [ -n "$processes" ] || return 0
+        # shellcheck disable=SC2086 # one word a process
+        kill $processes 2>/dev/null || true
         sleep 0.1
     done
-    new_service_pid=
+    echo "Of the demo there still run: $processes" >&2
+}
+
+# staged_processes STAGE: the processes whose programs lie there, one a line.
+staged_processes()
+{
+    local process
+    for process in /proc/[0-9]*; do
+        case $(readlink "$process/exe" 2>/dev/null) in
+            "$1"/*) echo "${process#/proc/}" ;;
+        esac
+    done
 }
 
 # report_self_update STAGE: the versions, and which process runs now.
