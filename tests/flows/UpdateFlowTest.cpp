@@ -18,6 +18,18 @@ protected:
 
     std::string sketchVersion() const { return StagedSuite::versionOf(m_sketch); }
 
+    /// A service in the middle of a download that gets no further.
+    std::unique_ptr<QProcess> startDownload()
+    {
+        m_suite.publish("Sketch", m_sketch);
+        ServerScript part;
+        part.send(answer::head(200, {"Content-Length: 100000"}) + "part").stall();
+        m_suite.server().on(StagedSuite::archivePath("Sketch"), part);
+        auto service = m_suite.start(kUpdate);
+        EXPECT_TRUE(m_suite.server().waitForRequests(3)); // two descriptors and the archive
+        return service;
+    }
+
     StagedSuite m_suite;
     std::filesystem::path m_sketch;
 };
@@ -135,12 +147,7 @@ TEST_F(UpdateFlow, LeavesTheProductAsItWasWhenTheArchiveIsDamaged)
 
 TEST_F(UpdateFlow, EndsInTheMiddleOfADownloadWhenItIsToldTo)
 {
-    m_suite.publish("Sketch", m_sketch);
-    ServerScript part;
-    part.send(answer::head(200, {"Content-Length: 100000"}) + "part").stall();
-    m_suite.server().on(StagedSuite::archivePath("Sketch"), part);
-    const auto service = m_suite.start(kUpdate);
-    ASSERT_TRUE(m_suite.server().waitForRequests(3)); // two descriptors and the archive
+    const auto service = startDownload();
     service->terminate();
     const ServiceResult result = StagedSuite::finish(*service);
     EXPECT_EQ(result.status, 3) << result.output << result.errors;
@@ -160,12 +167,7 @@ TEST_F(UpdateFlow, EndsWithItsSelectionWindowOpenWhenItIsToldTo)
 
 TEST_F(UpdateFlow, UpdatesAfterARunThatWasKilledInTheMiddleOfADownload)
 {
-    m_suite.publish("Sketch", m_sketch);
-    ServerScript part;
-    part.send(answer::head(200, {"Content-Length: 100000"}) + "part").stall();
-    m_suite.server().on(StagedSuite::archivePath("Sketch"), part);
-    const auto service = m_suite.start(kUpdate);
-    ASSERT_TRUE(m_suite.server().waitForRequests(3)); // two descriptors and the archive
+    const auto service = startDownload();
     service->kill();
     ASSERT_TRUE(service->waitForFinished(10000));
     ASSERT_EQ(sketchVersion(), "1.0.0.0");

@@ -328,13 +328,7 @@ TEST_F(Check, LeavesEverythingAsItIsWhenItCannotRun)
 
 TEST_F(Check, EndsADownloadThatIsUnderWay)
 {
-    offer({PublishedFile {}});
-    ServerScript silent;
-    silent.stall();
-    server().on("/updates/sketch.zip", silent);
-    ASSERT_EQ(open(), 0);
-    confirm();
-    waitFor([] { return windowWith("butn_cancel") != nullptr; });
+    ASSERT_NO_FATAL_FAILURE(startStalledDownload());
     EXPECT_EQ(check(), 0);
     EXPECT_EQ(plugin().busy(), 0);
     EXPECT_EQ(windowWith("butn_cancel"), nullptr);

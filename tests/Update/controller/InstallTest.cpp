@@ -321,12 +321,7 @@ TEST_F(Install, EndsSilentlyWhenTheUserCancelsTheDownload)
 
 TEST_F(Install, EndsSilentlyWhenADownloadBreaksOffAfterTheUserCancelled)
 {
-    offer({PublishedFile {}});
-    ServerScript silent;
-    silent.stall();
-    server().on("/updates/sketch.zip", silent);
-    startDownload();
-    waitFor([] { return windowWith("butn_cancel") != nullptr; });
+    ASSERT_NO_FATAL_FAILURE(startStalledDownload());
     press("butn_cancel");
     EXPECT_TRUE(host().endings.empty()) << "nothing ends before the downloader says so";
     EXPECT_EQ(CUpdateInter::MyDownloadCallBack(0xF000, 0, &plugin()), 0);

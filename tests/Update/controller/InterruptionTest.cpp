@@ -160,13 +160,7 @@ TEST_F(Interruption, ARunOfItsOwnDuringTheAuthorisationIsTheOnlyOne)
 
 TEST_F(Interruption, CancelEndsADownload)
 {
-    offer({PublishedFile {}});
-    ServerScript silent;
-    silent.stall();
-    server().on("/updates/sketch.zip", silent);
-    ASSERT_EQ(open(), 0);
-    confirm();
-    waitFor([] { return windowWith("butn_cancel") != nullptr; });
+    ASSERT_NO_FATAL_FAILURE(startStalledDownload());
     EXPECT_EQ(plugin().CancelProcessMsg(nullptr), 0);
     EXPECT_EQ(plugin().busy(), 0);
     EXPECT_EQ(windowWith("butn_cancel"), nullptr);
@@ -195,12 +189,6 @@ TEST_F(Interruption, CancelInIdleDoesNothing)
 
 TEST_F(Interruption, UnloadingInTheMiddleOfADownloadIsHarmless)
 {
-    offer({PublishedFile {}});
-    ServerScript silent;
-    silent.stall();
-    server().on("/updates/sketch.zip", silent);
-    ASSERT_EQ(open(), 0);
-    confirm();
-    waitFor([] { return windowWith("butn_cancel") != nullptr; });
+    ASSERT_NO_FATAL_FAILURE(startStalledDownload());
     // The fixture destroys the object now, with its window shown and its download under way.
 }

@@ -202,6 +202,17 @@ void SuiteFixture::updateAll()
     waitForEnding();
 }
 
+void SuiteFixture::startStalledDownload()
+{
+    offer({PublishedFile {}});
+    ServerScript silent;
+    silent.stall();
+    server().on("/updates/sketch.zip", silent);
+    ASSERT_EQ(open(), 0);
+    confirm();
+    waitFor([] { return windowWith("butn_cancel") != nullptr; });
+}
+
 void SuiteFixture::waitFor(const std::function<bool()>& done)
 {
     ASSERT_TRUE(QTest::qWaitFor(done, 10000)) << "waited in vain";

@@ -63,6 +63,8 @@ protected:
     void confirm() { press("butn_OK"); }
     /// Opens the message, confirms what is offered and waits until the message has ended.
     void updateAll();
+    /// Offers one file, opens the message and confirms; its download has begun and never gets an answer.
+    void startStalledDownload();
     /// Processes events until `done` holds; fails the test after ten seconds.
     void waitFor(const std::function<bool()>& done);
     void waitForEnding()
